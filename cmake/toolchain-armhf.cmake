@@ -1,0 +1,22 @@
+# Builds for armhf, the 32-bit target, against the sysroot that scripts/armhf-sysroot makes. What is built runs in the
+# emulator, with the libraries of the sysroot.
+set(CMAKE_SYSTEM_NAME Linux)
+set(CMAKE_SYSTEM_PROCESSOR armv7l)
+set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
+
+if(DEFINED ENV{XDG_CACHE_HOME})
+  set(CMAKE_SYSROOT $ENV{XDG_CACHE_HOME}/tovrin-armhf-sysroot)
+else()
+  set(CMAKE_SYSROOT $ENV{HOME}/.cache/tovrin-armhf-sysroot)
+endif()
+set(CMAKE_CROSSCOMPILING_EMULATOR qemu-arm -L ${CMAKE_SYSROOT})
+
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+set(ENV{PKG_CONFIG_SYSROOT_DIR} ${CMAKE_SYSROOT})
+set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_SYSROOT}/usr/lib/arm-linux-gnueabihf/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig)
+
+# Notes of g++ on arguments that GCC 6 passed otherwise; everything here is built by one compiler.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)

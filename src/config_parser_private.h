@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+// The whole state of a parser, and what is done with it: registering, reading, resolving, converting.
+
+#include "value_store.h"
+
+#include <tovrin/parser/substitutor.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Tovrin::Parser {
+
+class ConfigParserPrivate {
+public:
+    explicit ConfigParserPrivate(std::uint32_t uid);
+    ConfigParserPrivate(const ConfigParserPrivate &other);
+
+    void addKey(const std::string &group, const std::string &key, std::int32_t behaviour);
+    void addTemplate(const std::string &name, const std::string &value);
+
+    void checkKey(const std::string &group, const std::string &key) const;
+    bool contains(const std::string &group) const;
+    bool contains(const std::string &group, const std::string &key) const;
+
+    bool readConfig(const std::string &path);
+
+    // Stores the resolved text of a value; an empty one, with a logged error, if that takes too many visits.
+    void resolveValue(const ValueStore::Value &value, std::string &out) const;
+
+    // The text of one value; nothing is stored if there is none.
+    void resolvedText(const std::string &group, const std::string &key, std::string &out) const;
+
+    // One value: converter(text, ok) turns the text into the result.
+    template <typename T, typename Converter>
+    void resolvedValue(const std::string &group, const std::string &key, T &out, Converter converter, bool *ok) const
+    {
+        const auto *value = findLastValue(group, key);
+        if (ok)
+            *ok = value != nullptr;
+        if (!value)
+            return;
+        if (value->isPlain()) {
+            out = converter(value->text(), ok);
+        } else {
+            std::string text;
+            resolveValue(*value, text);
+            out = converter(text, ok);
+        }
+    }
+
+    // All values of a key, appended to the list. Asking for the list of an absent key makes it present, hence not
+    // const.
+    template <typename T, typename Converter>
+    void resolvedValue(const std::string &group, const std::string &key, std::vector<T> &out, Converter converter,
+                       bool *ok)
+    {
+        bool allConverted = true;
+        const auto append = [&](std::string_view text) {
+            bool converted = true;
+            out.push_back(converter(text, &converted));
+            allConverted = allConverted && converted;
+        };
+        const auto &entry = listEntry(group, key);
+        out.reserve(out.size() + valueCount(entry));
+        forEachResolved(entry, append);
+        if (ok)
+            *ok = allConverted;
+    }
+
+    // Calls use(text) with each value of the entry, in order. One with references that resolves to nothing is left out.
+    template <typename Use> void forEachResolved(const ValueStore::Entry &entry, Use &&use) const
+    {
+        std::string text;
+        for (const auto *value = store_.firstValue(entry); value; value = store_.valueAfter(entry, *value)) {
+            if (value->isPlain()) {
+                use(value->text());
+                continue;
+            }
+            resolveValue(*value, text);
+            if (!text.empty())
+                use(std::string_view(text));
+        }
+    }
+
+    const ValueStore &store() const { return store_; }
+
+private:
+    class FileReading;
+
+    const ValueStore::Entry *find(const std::string &group, const std::string &key) const;
+    ValueStore::Entry &listEntry(const std::string &group, const std::string &key);
+    const ValueStore::Value *findLastValue(const std::string &group, const std::string &key) const;
+    std::size_t valueCount(const ValueStore::Entry &entry) const;
+
+    ValueStore::Behaviour getReplacementBehaviour(const ValueStore::Entry *entry) const;
+    void warnUnlessRegistered(const ValueStore::Entry *entry, std::string_view group, std::string_view key) const;
+    void resolveValueDepth(const ValueStore::Value &value, std::string &out, std::int32_t &counter) const;
+
+    ValueStore store_;
+    Substitutor substitutor_;
+};
+
+} // namespace Tovrin::Parser

@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "value_store.h"
+
+#include <cstring>
+#include <limits>
+#include <new>
+#include <stdexcept>
+#include <sys/auxv.h>
+#include <utility>
+#include <vector>
+
+#define XXH_INLINE_ALL
+#include <xxhash.h>
+
+namespace Tovrin::Parser {
+
+namespace {
+
+// The kernel gives every process 16 random bytes, which costs no system call.
+std::uint64_t processSeed()
+{
+    static const std::uint64_t seed = [] {
+        std::uint64_t random = 0;
+        if (const auto *bytes = reinterpret_cast<const void *>(getauxval(AT_RANDOM)))
+            std::memcpy(&random, bytes, sizeof random);
+        return random;
+    }();
+    return seed;
+}
+
+std::uint32_t checkedLength(std::string_view text)
+{
+    if (text.size() > std::numeric_limits<std::uint32_t>::max())
+        throw std::length_error("ValueStore: text of 4 GiB or more");
+    return static_cast<std::uint32_t>(text.size());
+}
+
+} // namespace
+
+ValueStore::ValueStore(const ValueStore &other)
+{
+    for (const auto *group = other.firstGroup(); group; group = other.groupAfter(*group)) {
+        const auto name = hashed(group->name());
+        at<Group>(findOrAddGroup(name))->present_ = group->present();
+        for (const auto *entry = other.firstEntry(*group); entry; entry = other.entryAfter(*entry))
+            copyEntry(other, *entry, findOrAdd(hashed(name, entry->key())));
+    }
+}
+
+ValueStore::GroupName ValueStore::hashed(std::string_view group)
+{
+    return {group, XXH3_64bits_withSeed(group.data(), group.size(), processSeed())};
+}
+
+ValueStore::EntryName ValueStore::hashed(const GroupName &group, std::string_view key)
+{
+    return {group, key, static_cast<std::uint32_t>(XXH3_64bits_withSeed(key.data(), key.size(), group.hash))};
+}
+
+const ValueStore::Group *ValueStore::findGroup(const GroupName &name) const
+{
+    const auto number = groups_.find(static_cast<std::uint32_t>(name.hash), [&](Arena::Number candidate) {
+        return at<Group>(candidate)->name() == name.text;
+    });
+    return at<Group>(number);
+}
+
+ValueStore::Entry *ValueStore::find(const EntryName &name) const
+{
+    return at<Entry>(findNumber(name));
+}
+
+ValueStore::Entry &ValueStore::add(const EntryName &name)
+{
+    return *at<Entry>(addNumber(name));
+}
+
+ValueStore::Entry &ValueStore::findOrAdd(const EntryName &name)
+{
+    return *at<Entry>(findOrAddNumber(name));
+}
+
+void ValueStore::registerEntry(Entry &entry, Behaviour behaviour)
+{
+    if (entry.registered())
+        return;
+    entry.behaviour_ = behaviour;
+    anyRegistered_ = true;
+}
+
+ValueStore::Reference ValueStore::referenceTo(const EntryName &name, std::uint32_t position)
+{
+    return {findOrAddNumber(name), position};
+}
+
+const ValueStore::Entry &ValueStore::entryOf(const Reference &reference) const
+{
+    return *at<Entry>(reference.entry);
+}
+
+void ValueStore::append(Entry &entry, std::string_view text, std::span<const Reference> references)
+{
+    const auto added = makeValue(text, references);
+    if (entry.hasValues())
+        std::swap(at<Value>(added)->next_, at<Value>(entry.lastValue_)->next_); // joins two rings
+    entry.lastValue_ = added;
+    makePresent(entry);
+}
+
+void ValueStore::replace(Entry &entry, std::string_view text, std::span<const Reference> references)
+{
+    const auto added = makeValue(text, references);
+    wasteValues(entry);
+    entry.lastValue_ = added;
+    makePresent(entry);
+}
+
+void ValueStore::drop(Entry &entry)
+{
+    wasteValues(entry);
+    entry.lastValue_ = 0;
+    entry.present_ = false;
+}
+
+void ValueStore::makePresent(Entry &entry)
+{
+    entry.present_ = true;
+    at<Group>(entry.group_)->present_ = true;
+}
+
+const ValueStore::Group *ValueStore::firstGroup() const
+{
+    return at<Group>(firstGroup_);
+}
+
+const ValueStore::Group *ValueStore::groupAfter(const Group &group) const
+{
+    return at<Group>(group.next_);
+}
+
+const ValueStore::Group &ValueStore::groupOf(const Entry &entry) const
+{
+    return *at<Group>(entry.group_);
+}
+
+const ValueStore::Entry *ValueStore::firstEntry(const Group &group) const
+{
+    return at<Entry>(group.firstEntry_);
+}
+
+const ValueStore::Entry *ValueStore::entryAfter(const Entry &entry) const
+{
+    return at<Entry>(entry.next_);
+}
+
+const ValueStore::Value *ValueStore::firstValue(const Entry &entry) const
+{
+    return entry.hasValues() ? at<Value>(lastValue(entry)->next_) : nullptr;
+}
+
+const ValueStore::Value *ValueStore::lastValue(const Entry &entry) const
+{
+    return at<Value>(entry.lastValue_);
+}
+
+const ValueStore::Value *ValueStore::valueAfter(const Entry &entry, const Value &value) const
+{
+    return &value == lastValue(entry) ? nullptr : at<Value>(value.next_);
+}
+
+void ValueStore::compactIfWasteful()
+{
+    constexpr std::size_t NotWorthIt = 64 * 1024;
+    if (wasted_ < NotWorthIt || wasted_ < arena_.used() / 2)
+        return;
+    try {
+        ValueStore compacted(*this);
+        swap(compacted);
+    } catch (const std::bad_alloc &) {
+        wasted_ = 0; // as large as it is, until as much again is wasted: not a new attempt with every value
+    }
+}
+
+template <typename Record> Record *ValueStore::at(Arena::Number number) const
+{
+    return number == 0 ? nullptr : reinterpret_cast<Record *>(arena_.at(number));
+}
+
+template <typename Record> Arena::Number ValueStore::makeRecord(std::string_view text)
+{
+    static_assert(alignof(Record) <= Arena::Unit && sizeof(Record) == Arena::roundedUp(offsetof(Record, text_)));
+    const auto length = checkedLength(text);
+    const auto number = arena_.allocate(offsetof(Record, text_) + text.size());
+    auto *record = new (arena_.at(number)) Record;
+    record->length_ = length;
+    text.copy(reinterpret_cast<char *>(record) + offsetof(Record, text_), text.size());
+    return number;
+}
+
+template <typename Record> void ValueStore::link(Arena::Number &first, Arena::Number &last, Arena::Number added)
+{
+    (last == 0 ? first : at<Record>(last)->next_) = added;
+    last = added;
+}
+
+Arena::Number ValueStore::findNumber(const EntryName &name) const
+{
+    return entries_.find(name.hash, [&](Arena::Number candidate) {
+        const auto *entry = at<Entry>(candidate);
+        return entry->key() == name.key && groupOf(*entry).name() == name.group.text;
+    });
+}
+
+Arena::Number ValueStore::findOrAddNumber(const EntryName &name)
+{
+    const auto found = findNumber(name);
+    return found != 0 ? found : addNumber(name);
+}
+
+Arena::Number ValueStore::addNumber(const EntryName &name)
+{
+    const auto groupNumber = findOrAddGroup(name.group);
+    entries_.reserveOne();
+    const auto number = makeRecord<Entry>(name.key);
+    auto *group = at<Group>(groupNumber);
+    at<Entry>(number)->group_ = groupNumber;
+    link<Entry>(group->firstEntry_, group->lastEntry_, number);
+    entries_.insert(name.hash, number);
+    return number;
+}
+
+Arena::Number ValueStore::findOrAddGroup(const GroupName &name)
+{
+    if (lastGroup_ != 0 && at<Group>(lastGroup_)->name() == name.text)
+        return lastGroup_;
+    const auto hash = static_cast<std::uint32_t>(name.hash);
+    const auto matches = [&](Arena::Number candidate) { return at<Group>(candidate)->name() == name.text; };
+    if (const auto found = groups_.find(hash, matches))
+        return found;
+    groups_.reserveOne();
+    const auto number = makeRecord<Group>(name.text);
+    link<Group>(firstGroup_, lastGroup_, number);
+    groups_.insert(hash, number);
+    return number;
+}
+
+// A ring of its own: the value is its own successor.
+Arena::Number ValueStore::makeValue(std::string_view text, std::span<const Reference> references)
+{
+    const auto length = checkedLength(text);
+    const auto block = arena_.allocate(references.size_bytes() + sizeof(Value) + text.size());
+    if (!references.empty())
+        std::memcpy(arena_.at(block), references.data(), references.size_bytes());
+    const auto number = static_cast<Arena::Number>(block + references.size_bytes() / Arena::Unit);
+    auto *value = new (arena_.at(block) + references.size_bytes()) Value;
+    value->next_ = number;
+    value->length_ = length;
+    value->referenceCount_ = static_cast<std::uint32_t>(references.size());
+    text.copy(reinterpret_cast<char *>(value + 1), text.size());
+    return number;
+}
+
+void ValueStore::copyEntry(const ValueStore &other, const Entry &entry, Entry &copy)
+{
+    if (entry.registered())
+        registerEntry(copy, entry.behaviour());
+    copy.present_ = entry.present();
+    std::vector<Reference> references;
+    for (const auto *value = other.firstValue(entry); value; value = other.valueAfter(entry, *value)) {
+        references.clear();
+        for (const auto &reference : value->references()) {
+            const auto &target = other.entryOf(reference);
+            references.push_back(referenceTo(hashed(other.groupOf(target).name(), target.key()), reference.position));
+        }
+        append(copy, value->text(), references);
+    }
+}
+
+void ValueStore::wasteValues(const Entry &entry)
+{
+    for (const auto *value = firstValue(entry); value; value = valueAfter(entry, *value))
+        wasted_ += Arena::roundedUp(value->references().size_bytes() + sizeof(Value) + value->length_);
+}
+
+void ValueStore::swap(ValueStore &other)
+{
+    std::swap(arena_, other.arena_);
+    std::swap(groups_, other.groups_);
+    std::swap(entries_, other.entries_);
+    std::swap(firstGroup_, other.firstGroup_);
+    std::swap(lastGroup_, other.lastGroup_);
+    std::swap(wasted_, other.wasted_);
+    std::swap(anyRegistered_, other.anyRegistered_);
+}
+
+} // namespace Tovrin::Parser

@@ -1,0 +1,16 @@
+# The library's soname is what programs record, and it loads nothing but what it stands on.
+cmake_minimum_required(VERSION 3.21)
+
+execute_process(COMMAND ${OBJDUMP} --private-headers ${LIBRARY} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
+if(NOT headers MATCHES "SONAME +libtovrin-config-parser\\.so\\.1\n")
+  message(FATAL_ERROR "wrong soname:\n${headers}")
+endif()
+string(REGEX MATCHALL "NEEDED +[^ \n]+" needed "${headers}")
+foreach(line IN LISTS needed)
+  if(NOT line MATCHES " (libglib-2\\.0|libgobject-2\\.0|libdconf|libsystemd|libdl|libpthread|libstdc\\+\\+|libm|libgcc_s|libc|ld-linux[^ ]*)\\.so\\.[0-9]+$")
+    message(FATAL_ERROR "unexpected library: ${line}")
+  endif()
+endforeach()
+if(headers MATCHES "R(UN)?PATH")
+  message(FATAL_ERROR "the installed library has a run path:\n${headers}")
+endif()

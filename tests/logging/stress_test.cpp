@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Logging from many threads at once. Half of what these tests check is checked by ThreadSanitizer, when they are built
+// with it.
+#include <tovrin/parser/logging.h>
+
+#include "support/captured_stream.h"
+#include "support/temp_tree.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <thread>
+
+#include <sys/stat.h>
+
+namespace {
+
+using namespace Tovrin::Parser::Logging;
+using namespace Tovrin::Parser::Logging::Types;
+using Tovrin::Testing::CapturedStream;
+using Tovrin::Testing::TempTree;
+
+constexpr int ThreadCount = 8;
+constexpr int RecordsPerThread = 20000;
+
+void inThreads(int count, const std::function<void(int)> &work)
+{
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < count; ++thread)
+        threads.emplace_back(work, thread);
+    for (auto &thread : threads)
+        thread.join();
+}
+
+void logRecords(const std::shared_ptr<LoggerConfig> &config, int thread)
+{
+    for (int record = 0; record < RecordsPerThread; ++record)
+        logInfo(config) << "thread " << thread << " record " << record << " end";
+}
+
+// Reads one line that logRecords() wrote; false for any other text.
+bool readLine(const std::string &line, int &thread, int &record)
+{
+    int end = 0;
+    return std::sscanf(line.c_str(), "INFO: thread %d record %d end%n", &thread, &record, &end) == 2 &&
+           static_cast<std::size_t>(end) == line.size();
+}
+
+// The number of lines in the file, each of them a whole record.
+int countWholeLines(const std::string &path)
+{
+    std::ifstream file(path);
+    EXPECT_TRUE(file.is_open()) << path;
+    int lines = 0, thread = 0, record = 0;
+    for (std::string line; std::getline(file, line); ++lines)
+        EXPECT_TRUE(readLine(line, thread, record)) << "'" << line << "' in " << path;
+    return lines;
+}
+
+TEST(LoggingThreads, LoseNoLineOfAFileAndBreakNone)
+{
+    const TempTree tree;
+    const auto config = LoggerConfig::create("stress.file", LoggerConfig::LogInfo);
+    ASSERT_TRUE(config->setTarget(tree.path("log")));
+    inThreads(ThreadCount, [&config](int thread) { logRecords(config, thread); });
+
+    std::vector<int> next(ThreadCount, 0);
+    std::ifstream file(tree.path("log"));
+    int thread = 0, record = 0;
+    for (std::string line; std::getline(file, line); ++next[static_cast<std::size_t>(thread)]) {
+        ASSERT_TRUE(readLine(line, thread, record)) << "'" << line << "'";
+        ASSERT_EQ(record, next.at(static_cast<std::size_t>(thread))) << "'" << line << "'";
+    }
+    EXPECT_EQ(next, std::vector<int>(ThreadCount, RecordsPerThread));
+}
+
+TEST(LoggingThreads, KeepLinesWholeThatAPipeTakesInPieces)
+{
+    constexpr int count = 40;
+    const std::string text(20000, 'x'); // far more than a pipe takes at once
+    const TempTree tree;
+    const std::string path = tree.path("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    std::thread reader([&] {
+        std::ifstream pipe(path);
+        int lines = 0;
+        for (std::string line; std::getline(pipe, line); ++lines)
+            ASSERT_EQ(line, "INFO: " + text);
+        EXPECT_EQ(lines, ThreadCount * count);
+    });
+    const auto config = LoggerConfig::create("stress.pipe", LoggerConfig::LogInfo);
+    ASSERT_TRUE(config->setTarget(path));
+    inThreads(ThreadCount, [&](int) {
+        for (int i = 0; i < count; ++i)
+            logInfo(config) << text;
+    });
+    config->setTarget(LoggerConfig::Systemd); // the end of the file for the reader
+    reader.join();
+}
+
+// Takes everything and keeps no state, so that it may be written to from many threads.
+class SinkBuffer : public std::streambuf {
+    int_type overflow(int_type c) override { return traits_type::not_eof(c); }
+    std::streamsize xsputn(const char *, std::streamsize size) override { return size; }
+};
+
+TEST(LoggingThreads, MayLogWhileTargetsLevelsAndTheRegistryChange)
+{
+    const TempTree tree;
+    const CapturedStream restored(std::cout);
+    SinkBuffer sink;
+    std::cout.rdbuf(&sink);
+    const auto config = LoggerConfig::create("stress.changing", LoggerConfig::LogInfo);
+    std::atomic<int> rounds = 0;
+    std::atomic<bool> stop = false;
+    int lines = 0;
+    std::thread changer([&] {
+        for (; !stop; ++rounds) {
+            config->setTarget(tree.path("log"));
+            config->setLevel(LoggerConfig::LogDebug);
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+            config->setTarget("stdout");
+            lines += countWholeLines(tree.path("log")); // nothing is written to it any more
+            config->setLevel(LoggerConfig::LogCritical);
+            config->setTarget(LoggerConfig::Systemd);
+            config->setLevel("info");
+            LoggerConfig::create(("stress.changing." + std::to_string(rounds)).c_str(), LoggerConfig::LogInfo);
+        }
+    });
+    inThreads(ThreadCount, [&](int thread) {
+        do {
+            logRecords(config, thread);
+        } while (rounds < 50);
+    });
+    stop = true;
+    changer.join();
+    EXPECT_GT(lines, 0);
+    EXPECT_NE(LoggerConfig::instance("stress.changing.49"), nullptr);
+}
+
+TEST(LoggingThreads, MaySetUpLoggingMeanwhile)
+{
+    const auto config = LoggerConfig::create("stress.setup", LoggerConfig::LogWarning);
+    config->setTarget("/dev/null");
+    inThreads(4, [&config](int thread) {
+        for (int i = 0; i < 200; ++i) {
+            if (thread == 0)
+                setupLogging(nullptr);
+            else
+                LoggerConfig::create(("stress.setup." + std::to_string(thread * 1000 + i)).c_str(),
+                                     LoggerConfig::LogWarning);
+            logWarning(config) << "round " << i;
+        }
+    });
+    EXPECT_NE(LoggerConfig::instance("stress.setup.1000"), nullptr);
+    EXPECT_NE(LoggerConfig::instance("stress.setup.3199"), nullptr);
+}
+
+// Two threads that find no configuration may both add one: everyone gets a valid handle, and the first is found later.
+TEST(LoggingThreads, MayCreateTheSameIdentityAtOnce)
+{
+    std::vector<std::shared_ptr<LoggerConfig>> created(ThreadCount);
+    inThreads(ThreadCount, [&created](int thread) {
+        created[static_cast<std::size_t>(thread)] = LoggerConfig::create("stress.same", LoggerConfig::LogError);
+    });
+    const auto found = LoggerConfig::instance("stress.same");
+    EXPECT_NE(std::find(created.begin(), created.end(), found), created.end());
+    for (const auto &config : created)
+        EXPECT_STREQ(config->ident(), "stress.same");
+}
+
+} // namespace

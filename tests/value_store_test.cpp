@@ -1,0 +1,270 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "value_store.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Tovrin::Parser::ValueStore;
+
+ValueStore::Entry &intern(ValueStore &store, std::string_view group, std::string_view key)
+{
+    return store.findOrAdd(ValueStore::hashed(group, key));
+}
+
+const ValueStore::Entry *find(const ValueStore &store, std::string_view group, std::string_view key)
+{
+    return store.find(ValueStore::hashed(group, key));
+}
+
+std::vector<std::string> textsOf(const ValueStore &store, const ValueStore::Entry &entry)
+{
+    std::vector<std::string> texts;
+    for (const auto *value = store.firstValue(entry); value; value = store.valueAfter(entry, *value))
+        texts.emplace_back(value->text());
+    return texts;
+}
+
+using Texts = std::vector<std::string>;
+
+TEST(ValueStore, FindsNothingInAnEmptyStore)
+{
+    ValueStore store;
+    EXPECT_EQ(find(store, "G", "K"), nullptr);
+    EXPECT_EQ(store.findGroup(ValueStore::hashed("G")), nullptr);
+    EXPECT_EQ(store.firstGroup(), nullptr);
+}
+
+TEST(ValueStore, InternsAnEntryOnceAndNotPresent)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    EXPECT_EQ(&intern(store, "G", "K"), &entry);
+    EXPECT_EQ(find(store, "G", "K"), &entry);
+    EXPECT_EQ(entry.key(), "K");
+    EXPECT_EQ(store.groupOf(entry).name(), "G");
+    EXPECT_FALSE(entry.present());
+    EXPECT_FALSE(store.groupOf(entry).present());
+    EXPECT_EQ(store.firstValue(entry), nullptr);
+}
+
+TEST(ValueStore, KeepsGroupAndKeyApart)
+{
+    ValueStore store;
+    auto &one = intern(store, "ab", "c");
+    auto &other = intern(store, "a", "bc");
+    auto &swapped = intern(store, "c", "ab");
+    EXPECT_NE(&one, &other);
+    EXPECT_NE(&one, &swapped);
+    EXPECT_EQ(find(store, "", "abc"), nullptr);
+}
+
+TEST(ValueStore, AppendsInOrderAndBecomesPresent)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    for (const char *text : {"a", "", "c"})
+        store.append(entry, text, {});
+    EXPECT_EQ(textsOf(store, entry), (Texts{"a", "", "c"}));
+    EXPECT_EQ(store.lastValue(entry)->text(), "c");
+    EXPECT_TRUE(entry.present());
+    EXPECT_TRUE(store.groupOf(entry).present());
+}
+
+TEST(ValueStore, ReplacesTheWholeList)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    store.append(entry, "a", {});
+    store.append(entry, "b", {});
+    for (const std::string text : {"longer than before", "short", "", "longer again, by a lot"}) {
+        store.replace(entry, text, {});
+        EXPECT_EQ(textsOf(store, entry), Texts{text});
+    }
+}
+
+TEST(ValueStore, DropsTheEntryButNotItsGroup)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    store.append(entry, "a", {});
+    store.drop(entry);
+    EXPECT_FALSE(entry.present());
+    EXPECT_TRUE(store.groupOf(entry).present());
+    EXPECT_EQ(textsOf(store, entry), Texts{});
+    store.append(entry, "b", {});
+    EXPECT_EQ(textsOf(store, entry), Texts{"b"});
+}
+
+TEST(ValueStore, KeepsReferencesWithTheirPositions)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    const std::vector references{store.referenceTo(ValueStore::hashed("T", "t"), 0),
+                                 store.referenceTo(ValueStore::hashed("G", "K"), 3)};
+    store.append(entry, "abc", references);
+    const auto &value = *store.lastValue(entry);
+    EXPECT_FALSE(value.isPlain());
+    ASSERT_EQ(value.references().size(), 2U);
+    EXPECT_EQ(&store.entryOf(value.references()[0]), find(store, "T", "t"));
+    EXPECT_EQ(&store.entryOf(value.references()[1]), &entry);
+    EXPECT_EQ(value.references()[1].position, 3U);
+    EXPECT_EQ(value.text(), "abc");
+}
+
+TEST(ValueStore, FirstRegistrationStays)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    EXPECT_FALSE(store.anyRegistered());
+    EXPECT_FALSE(entry.registered());
+    store.registerEntry(entry, ValueStore::Behaviour::Replace);
+    store.registerEntry(entry, ValueStore::Behaviour::Amend);
+    EXPECT_TRUE(store.anyRegistered());
+    EXPECT_TRUE(entry.registered());
+    EXPECT_EQ(entry.behaviour(), ValueStore::Behaviour::Replace);
+}
+
+TEST(ValueStore, LinksGroupsAndEntriesInOrder)
+{
+    ValueStore store;
+    for (const char *group : {"z", "a", "m"}) {
+        for (const char *key : {"2", "1"})
+            intern(store, group, key);
+    }
+    std::string order;
+    for (const auto *group = store.firstGroup(); group; group = store.groupAfter(*group)) {
+        for (const auto *entry = store.firstEntry(*group); entry; entry = store.entryAfter(*entry))
+            order += std::string(group->name()) + std::string(entry->key()) + " ";
+    }
+    EXPECT_EQ(order, "z2 z1 a2 a1 m2 m1 ");
+}
+
+TEST(ValueStore, CopiesDeeplyWithReferencesIntoTheCopy)
+{
+    ValueStore store;
+    auto &target = intern(store, "T", "t");
+    auto &entry = intern(store, "G", "K");
+    const std::vector references{store.referenceTo(ValueStore::hashed("T", "t"), 1)};
+    store.registerEntry(target, ValueStore::Behaviour::StoreNothing);
+    store.append(entry, "ab", references);
+    const ValueStore copy(store);
+    store.replace(entry, "changed", {});
+
+    const auto *copied = find(copy, "G", "K");
+    ASSERT_NE(copied, nullptr);
+    ASSERT_NE(copied, &entry);
+    EXPECT_EQ(textsOf(copy, *copied), Texts{"ab"});
+    EXPECT_EQ(&copy.entryOf(copy.lastValue(*copied)->references()[0]), find(copy, "T", "t"));
+    EXPECT_EQ(find(copy, "T", "t")->behaviour(), ValueStore::Behaviour::StoreNothing);
+    EXPECT_TRUE(copy.anyRegistered());
+    EXPECT_FALSE(find(copy, "T", "t")->present());
+}
+
+TEST(ValueStore, CopyKeepsAPresentEntryWithoutValuesAndADroppedGroup)
+{
+    ValueStore store;
+    store.makePresent(intern(store, "G", "empty"));
+    auto &dropped = intern(store, "H", "dropped");
+    store.append(dropped, "x", {});
+    store.drop(dropped);
+    const ValueStore copy(store);
+    EXPECT_TRUE(find(copy, "G", "empty")->present());
+    EXPECT_FALSE(find(copy, "H", "dropped")->present());
+    EXPECT_TRUE(copy.findGroup(ValueStore::hashed("H"))->present());
+}
+
+TEST(ValueStore, CompactsWhenMostOfItIsWaste)
+{
+    ValueStore store;
+    const std::string large(1000, 'x');
+    for (int i = 0; i < 100; ++i) {
+        store.append(intern(store, "G", "K"), large, {});
+        store.drop(intern(store, "G", "K"));
+    }
+    store.append(intern(store, "G", "kept"), "value", {});
+    const auto before = store.used();
+    store.compactIfWasteful();
+    EXPECT_LT(store.used(), before / 100);
+    EXPECT_EQ(textsOf(store, *find(store, "G", "kept")), Texts{"value"});
+}
+
+TEST(ValueStore, KeepsItsSizeWhenAKeyIsReplacedForEver)
+{
+    ValueStore store;
+    for (int i = 0; i < 100'000; ++i) {
+        const std::vector references{store.referenceTo(ValueStore::hashed("G", "other"), 0)};
+        store.replace(intern(store, "G", "K"), std::string(static_cast<std::size_t>(i % 50), 'x'), references);
+        store.compactIfWasteful();
+        ASSERT_LT(store.used(), 200'000U);
+    }
+}
+
+TEST(ValueStore, LeavesAStoreWithLittleWasteAlone)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    store.append(entry, "a", {});
+    store.drop(entry);
+    store.compactIfWasteful();
+    EXPECT_EQ(find(store, "G", "K"), &entry);
+}
+
+TEST(ValueStore, HoldsTextsOfAnySizeAndByte)
+{
+    ValueStore store;
+    const std::string withNul("a\0b", 3);
+    for (const std::string &text : {std::string(100'000, 'v'), withNul, std::string(1'000'000, 'w'), std::string()}) {
+        auto &entry = intern(store, "G", std::to_string(text.size()));
+        store.append(entry, text, {});
+        EXPECT_EQ(textsOf(store, entry), Texts{text});
+    }
+}
+
+TEST(ValueStore, AgreesWithAMapUnderRandomOperations)
+{
+    ValueStore store;
+    std::map<std::pair<std::string, std::string>, Texts> model;
+    std::mt19937 random(20240229);
+    for (int step = 0; step < 50'000; ++step) {
+        const auto group = std::to_string(random() % 40);
+        const auto key = std::to_string(random() % 100);
+        const auto text = std::string(random() % 60, static_cast<char>('a' + random() % 26));
+        auto &entry = intern(store, group, key);
+        switch (random() % 4) {
+        case 0:
+            store.drop(entry);
+            model.erase({group, key});
+            break;
+        case 1:
+            store.replace(entry, text, {});
+            model[{group, key}] = {text};
+            break;
+        default:
+            store.append(entry, text, {});
+            model[{group, key}].push_back(text);
+        }
+        if (step % 1000 == 0)
+            store.compactIfWasteful();
+    }
+    std::size_t present = 0;
+    for (const auto *group = store.firstGroup(); group; group = store.groupAfter(*group)) {
+        for (const auto *entry = store.firstEntry(*group); entry; entry = store.entryAfter(*entry)) {
+            if (!entry->present())
+                continue;
+            ++present;
+            const auto expected = model.find({std::string(group->name()), std::string(entry->key())});
+            ASSERT_NE(expected, model.end());
+            ASSERT_EQ(textsOf(store, *entry), expected->second);
+            ASSERT_EQ(find(store, group->name(), entry->key()), entry);
+        }
+    }
+    EXPECT_EQ(present, model.size());
+}
+
+} // namespace
