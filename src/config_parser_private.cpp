@@ -66,14 +66,14 @@ private:
             groupHeaderCount_ = cursor_.headerCount();
         }
         const auto name = ValueStore::hashed(group_, cursor_.key());
-        auto *entry = store_.find(name);
+        auto *entry = store_.anyRegistered() ? store_.find(name) : &store_.findOrAdd(name);
         const auto behaviour = parser_.getReplacementBehaviour(entry);
         if (behaviour == Behaviour::NotRegistered || behaviour == Behaviour::Ignore)
             return;
-        if (!cursor_.value().empty())
-            applyItems(entry ? *entry : store_.add(name), behaviour);
-        else if (entry)
+        if (cursor_.value().empty())
             store_.drop(*entry);
+        else
+            applyItems(*entry, behaviour);
     }
 
     void applyItems(ValueStore::Entry &entry, Behaviour behaviour)

@@ -16,27 +16,22 @@ public:
     // The number with this hash for which matches(number) is true, or 0.
     template <typename Matches> std::uint32_t find(std::uint32_t hash, Matches &&matches) const
     {
-        if (!slots_)
-            return 0;
-        for (std::size_t i = hash & mask_; slots_[i].number != 0; i = (i + 1) & mask_) {
-            if (slots_[i].hash == hash && matches(slots_[i].number))
-                return slots_[i].number;
-        }
-        return 0;
+        return slots_ ? slotFor(hash, matches).number : 0;
     }
 
-    // Makes room for one more, so that the next insert() cannot fail. Throws std::bad_alloc.
-    void reserveOne()
+    // The same, but if there is none the number that make() returns is added. Throws std::bad_alloc, or what make()
+    // throws, and has added nothing then.
+    template <typename Matches, typename Make>
+    std::uint32_t findOrAdd(std::uint32_t hash, Matches &&matches, Make &&make)
     {
         if ((size_ + 1) * 5 > capacity() * 4)
             grow();
-    }
-
-    // Adds what find() did not find. Call reserveOne() before.
-    void insert(std::uint32_t hash, std::uint32_t number)
-    {
-        place(slots_.get(), mask_, {hash, number});
-        ++size_;
+        Slot &slot = slotFor(hash, matches);
+        if (slot.number == 0) {
+            slot = {hash, make()};
+            ++size_;
+        }
+        return slot.number;
     }
 
 private:
@@ -50,21 +45,22 @@ private:
     void grow()
     {
         const std::size_t larger = slots_ ? 2 * capacity() : 8;
-        auto slots = std::make_unique<Slot[]>(larger);
-        for (std::size_t i = 0; i < capacity(); ++i) {
-            if (slots_[i].number != 0)
-                place(slots.get(), larger - 1, slots_[i]);
-        }
-        slots_ = std::move(slots);
+        const auto former = std::exchange(slots_, std::make_unique<Slot[]>(larger));
+        const std::size_t formerCapacity = former ? mask_ + 1 : 0;
         mask_ = larger - 1;
+        for (std::size_t i = 0; i < formerCapacity; ++i) {
+            if (former[i].number != 0)
+                slotFor(former[i].hash, [](std::uint32_t) { return false; }) = former[i];
+        }
     }
 
-    static void place(Slot *slots, std::size_t mask, Slot slot)
+    // The slot of what is searched, or else the free one where it would stand.
+    template <typename Matches> Slot &slotFor(std::uint32_t hash, Matches &&matches) const
     {
-        std::size_t i = slot.hash & mask;
-        while (slots[i].number != 0)
-            i = (i + 1) & mask;
-        slots[i] = slot;
+        std::size_t i = hash & mask_;
+        while (slots_[i].number != 0 && !(slots_[i].hash == hash && matches(slots_[i].number)))
+            i = (i + 1) & mask_;
+        return slots_[i];
     }
 
     std::unique_ptr<Slot[]> slots_; // a power of two of them, at most four fifths in use

@@ -83,6 +83,7 @@ KeyFileCursor::Step KeyFileCursor::seekNext()
             key_ = value_ = {}; // the buffer that they were in may be gone
             break;
         case LineKind::Other:
+            keepEntryIfLineNeedsRead();
             reportBadLine("Unexpected line in ", readNextLine());
             break;
         case LineKind::End:

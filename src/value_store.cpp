@@ -28,6 +28,12 @@ std::uint64_t processSeed()
     return seed;
 }
 
+// Entries have hashes of their own, so the index of the groups can do with half of theirs.
+std::uint32_t indexHash(const ValueStore::GroupName &name)
+{
+    return static_cast<std::uint32_t>(name.hash);
+}
+
 std::uint32_t checkedLength(std::string_view text)
 {
     if (text.size() > std::numeric_limits<std::uint32_t>::max())
@@ -59,20 +65,12 @@ ValueStore::EntryName ValueStore::hashed(const GroupName &group, std::string_vie
 
 const ValueStore::Group *ValueStore::findGroup(const GroupName &name) const
 {
-    const auto number = groups_.find(static_cast<std::uint32_t>(name.hash), [&](Arena::Number candidate) {
-        return at<Group>(candidate)->name() == name.text;
-    });
-    return at<Group>(number);
+    return at<Group>(groups_.find(indexHash(name), [&](Arena::Number group) { return isNamed(group, name); }));
 }
 
 ValueStore::Entry *ValueStore::find(const EntryName &name) const
 {
-    return at<Entry>(findNumber(name));
-}
-
-ValueStore::Entry &ValueStore::add(const EntryName &name)
-{
-    return *at<Entry>(addNumber(name));
+    return at<Entry>(entries_.find(name.hash, [&](Arena::Number entry) { return isNamed(entry, name); }));
 }
 
 ValueStore::Entry &ValueStore::findOrAdd(const EntryName &name)
@@ -203,44 +201,45 @@ template <typename Record> void ValueStore::link(Arena::Number &first, Arena::Nu
     last = added;
 }
 
-Arena::Number ValueStore::findNumber(const EntryName &name) const
+bool ValueStore::isNamed(Arena::Number entry, const EntryName &name) const
 {
-    return entries_.find(name.hash, [&](Arena::Number candidate) {
-        const auto *entry = at<Entry>(candidate);
-        return entry->key() == name.key && groupOf(*entry).name() == name.group.text;
-    });
+    const auto *candidate = at<Entry>(entry);
+    return candidate->key() == name.key && isNamed(candidate->group_, name.group);
+}
+
+bool ValueStore::isNamed(Arena::Number group, const GroupName &name) const
+{
+    return at<Group>(group)->name() == name.text;
 }
 
 Arena::Number ValueStore::findOrAddNumber(const EntryName &name)
 {
-    const auto found = findNumber(name);
-    return found != 0 ? found : addNumber(name);
-}
-
-Arena::Number ValueStore::addNumber(const EntryName &name)
-{
-    const auto groupNumber = findOrAddGroup(name.group);
-    entries_.reserveOne();
-    const auto number = makeRecord<Entry>(name.key);
-    auto *group = at<Group>(groupNumber);
-    at<Entry>(number)->group_ = groupNumber;
-    link<Entry>(group->firstEntry_, group->lastEntry_, number);
-    entries_.insert(name.hash, number);
-    return number;
+    return entries_.findOrAdd(
+        name.hash, [&](Arena::Number entry) { return isNamed(entry, name); }, [&] { return makeEntry(name); });
 }
 
 Arena::Number ValueStore::findOrAddGroup(const GroupName &name)
 {
-    if (lastGroup_ != 0 && at<Group>(lastGroup_)->name() == name.text)
+    if (lastGroup_ != 0 && isNamed(lastGroup_, name))
         return lastGroup_;
-    const auto hash = static_cast<std::uint32_t>(name.hash);
-    const auto matches = [&](Arena::Number candidate) { return at<Group>(candidate)->name() == name.text; };
-    if (const auto found = groups_.find(hash, matches))
-        return found;
-    groups_.reserveOne();
+    return groups_.findOrAdd(
+        indexHash(name), [&](Arena::Number group) { return isNamed(group, name); }, [&] { return makeGroup(name); });
+}
+
+Arena::Number ValueStore::makeEntry(const EntryName &name)
+{
+    const auto groupNumber = findOrAddGroup(name.group);
+    const auto number = makeRecord<Entry>(name.key);
+    auto *group = at<Group>(groupNumber);
+    at<Entry>(number)->group_ = groupNumber;
+    link<Entry>(group->firstEntry_, group->lastEntry_, number);
+    return number;
+}
+
+Arena::Number ValueStore::makeGroup(const GroupName &name)
+{
     const auto number = makeRecord<Group>(name.text);
     link<Group>(firstGroup_, lastGroup_, number);
-    groups_.insert(hash, number);
     return number;
 }
 

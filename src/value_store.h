@@ -70,8 +70,7 @@ public:
     const Group *findGroup(const GroupName &name) const;
     Entry *find(const EntryName &name) const;
 
-    // Makes an entry that find() did not find; it is not present.
-    Entry &add(const EntryName &name);
+    // Makes the entry if need be; it is not present then.
     Entry &findOrAdd(const EntryName &name);
 
     // The first registration stays.
@@ -110,10 +109,12 @@ private:
     template <typename Record> Arena::Number makeRecord(std::string_view text);
     template <typename Record> void link(Arena::Number &first, Arena::Number &last, Arena::Number added);
 
-    Arena::Number findNumber(const EntryName &name) const;
+    bool isNamed(Arena::Number entry, const EntryName &name) const;
+    bool isNamed(Arena::Number group, const GroupName &name) const;
     Arena::Number findOrAddNumber(const EntryName &name);
-    Arena::Number addNumber(const EntryName &name);
     Arena::Number findOrAddGroup(const GroupName &name);
+    Arena::Number makeEntry(const EntryName &name);
+    Arena::Number makeGroup(const GroupName &name);
     Arena::Number makeValue(std::string_view text, std::span<const Reference> references);
     void copyEntry(const ValueStore &other, const Entry &entry, Entry &copy);
     void wasteValues(const Entry &entry);

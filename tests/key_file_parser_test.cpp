@@ -837,6 +837,22 @@ TEST(KeyFileOfAnySize, QuotesLongBadLinesWhole)
     expectBadLine("[" + text + "\na=1\n", badGroup, 1, "[" + text);
 }
 
+// The entry before the line must not live on in memory that a longer buffer has taken the place of.
+TEST(KeyFileOfAnySize, GoesOnBehindALongLineOfEveryKind)
+{
+    const std::string text(200 * 1024, 'x');
+    for (const auto &line :
+         {"/" + text, "[" + text, "[" + text + "/]", text, text + "/=", "#" + text, "[" + text + "]"}) {
+        for (const auto *rest : {"", "\n", "# c\n", "[g]\n", "b=2\n"}) {
+            File file("[f]\na=1\n" + line + "\n" + rest);
+            const CapturedRecords records;
+            const auto entries = entriesOf(file.parser);
+            ASSERT_EQ(entries.size(), rest == "b=2\n"s ? 2U : 1U) << line[0] << rest;
+            EXPECT_EQ(entries.front(), (Entry{"f", "a", "1"})) << line[0] << rest;
+        }
+    }
+}
+
 TEST(KeyFileOfAnySize, ReadsLinesThatCrossTheEdgeOfABuffer)
 {
     const auto lines = "[group one]\nkey=value with text\n# comment\n\nother=a=b\nempty=\n\n[g]\nlast=end\n"s;

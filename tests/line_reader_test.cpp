@@ -9,6 +9,7 @@
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -90,7 +91,8 @@ TEST(LineReader, TellsTheOffsetAcrossBuffers)
 TEST(LineReader, ReadsLinesOfAnyLengthAroundTheBufferSize)
 {
     TempTree tree;
-    for (const std::size_t length : {65'534, 65'535, 65'536, 65'537, 131'071, 131'072, 131'073, 1'000'000}) {
+    for (const auto length :
+         std::vector<std::size_t>{65'534, 65'535, 65'536, 65'537, 131'071, 131'072, 131'073, 1'000'000}) {
         LineReader reader(tree.write("f", "x\n" + std::string(length, 'a') + "\ny\n"));
         EXPECT_EQ(reader.readLine(), "x");
         EXPECT_EQ(reader.readLine(), std::string(length, 'a')) << length;

@@ -32,7 +32,8 @@ const LevelNames &namesOf(LoggerConfig::Level level)
 }
 
 // What a record must not do to the code around it. A failed write may not change the errno that the caller is about to
-// look at; and a thread that is cancelled inside a write would be unwound through ~Logger, which ends the process.
+// look at; and a thread that is cancelled inside a write would be unwound through the end of the record, which ends the
+// process.
 class CallerGuard {
 public:
     CallerGuard() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &cancelState_); }
@@ -99,7 +100,6 @@ private:
     Logger &record_;
 };
 
-// File without a configuration stands for a record that is not written.
 Logger::Logger(LoggerConfig *config, LoggerConfig::Level level) : level_(level), target_(LoggerConfig::File)
 {
     if (!config || !config->d_->enabled(level))
@@ -111,20 +111,13 @@ Logger::Logger(LoggerConfig *config, LoggerConfig::Level level) : level_(level),
     }
 }
 
-Logger::~Logger()
+void Logger::write() noexcept
 {
-    if (!hasParts_ || (target_ == LoggerConfig::File && !file_))
-        return;
     const CallerGuard guard;
     try {
         RecordWriter(*this).write();
     } catch (...) { // a stream with exceptions() set, its buffer, or a lock: logging does not report on itself
     }
-}
-
-LoggerConfig::Level Logger::level() const
-{
-    return level_;
 }
 
 // Makes room for so many more bytes.

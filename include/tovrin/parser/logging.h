@@ -119,11 +119,15 @@ class TOVRIN_EXPORT Logger {
 public:
     // A record for nobody if `config` is null.
     Logger(LoggerConfig *config, LoggerConfig::Level level);
-    ~Logger();
+    ~Logger()
+    {
+        if (hasParts_ && (target_ != LoggerConfig::File || file_)) // a File without file_ stands for nobody
+            write();
+    }
     Logger(const Logger &) = delete;
     Logger &operator=(const Logger &) = delete;
 
-    LoggerConfig::Level level() const;
+    LoggerConfig::Level level() const { return level_; }
 
     // Each appends one part. A null pointer is written as "(null)". A number without Logging::Types in sight converts
     // to a char, and is written as one raw byte.
@@ -145,8 +149,8 @@ private:
     static constexpr std::size_t TailRoom = 1;
     static constexpr std::size_t InlineSize = 200; // most records fit, and then cost no allocation
 
-    // Inline, because most records are below the level of their configuration: collecting a text must cost next to
-    // nothing, and the compiler knows the length of a literal.
+    // Inline, as the end of a record is, because most records are below the level of their configuration: collecting a
+    // text must cost next to nothing, and the compiler knows the length of a literal.
     Logger &append(const char *text, std::size_t size)
     {
         if (size > static_cast<std::size_t>(limit_ - end_))
@@ -157,6 +161,7 @@ private:
         return *this;
     }
     void grow(std::size_t size);
+    void write() noexcept;
 
     LoggerConfig::Level level_;
     LoggerConfig::Target target_;
