@@ -26,11 +26,6 @@ template <> bool converted<bool>(std::string_view text, bool *ok)
     return isTrue;
 }
 
-template <> std::string converted<std::string>(std::string_view text, bool *)
-{
-    return std::string(text);
-}
-
 template <typename T>
 void readValue(ConfigParserPrivate &parser, const std::string &group, const std::string &key, T &out,
                bool *ok = nullptr)
@@ -155,7 +150,7 @@ void ConfigParser::getValue(const std::string &group, const std::string &key, st
 
 void ConfigParser::getValue(const std::string &group, const std::string &key, std::vector<std::string> &out) const
 {
-    readValue(*d_, group, key, out);
+    d_->resolvedTexts(group, key, out);
 }
 
 void ConfigParser::getValue(const std::string &group, const std::string &key, std::vector<int> &out) const

@@ -192,6 +192,13 @@ void ConfigParserPrivate::resolvedText(const std::string &group, const std::stri
         resolveValue(*value, out);
 }
 
+void ConfigParserPrivate::resolvedTexts(const std::string &group, const std::string &key, std::vector<std::string> &out)
+{
+    const auto &entry = listEntry(group, key);
+    out.reserve(out.size() + valueCount(entry));
+    forEachResolved(entry, [&out](std::string_view text) { out.emplace_back(text); });
+}
+
 const ValueStore::Entry *ConfigParserPrivate::find(const std::string &group, const std::string &key) const
 {
     return store_.find(ValueStore::hashed(group, key));

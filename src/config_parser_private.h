@@ -52,6 +52,9 @@ public:
         }
     }
 
+    // The texts of all values of a key, appended to the list.
+    void resolvedTexts(const std::string &group, const std::string &key, std::vector<std::string> &out);
+
     // All values of a key, appended to the list. Asking for the list of an absent key makes it present, hence not
     // const.
     template <typename T, typename Converter>

@@ -69,9 +69,7 @@ KeyFileCursor::Step KeyFileCursor::seekNext()
             keepEntry();
         switch (kindOf(reader_.peek())) {
         case LineKind::Skipped:
-            keepEntryIfLineNeedsRead();
-            beginLine();
-            reader_.skipLine();
+            skipNextLine();
             break;
         case LineKind::Group:
             keepEntryIfLineNeedsRead();
@@ -145,6 +143,15 @@ void KeyFileCursor::keepEntry()
     kept_.assign(key_).append(value_);
     key_ = std::string_view(kept_).substr(0, keyLength);
     value_ = std::string_view(kept_).substr(keyLength);
+}
+
+void KeyFileCursor::skipNextLine()
+{
+    beginLine();
+    if (reader_.skipBufferedLine())
+        return;
+    keepEntry();
+    reader_.skipLine();
 }
 
 // An unterminated comment or header at the end of a file shows the entry before it once more.

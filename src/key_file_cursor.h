@@ -46,6 +46,7 @@ public:
     void keepEntry();
 
 private:
+    void skipNextLine();
     void keepEntryIfLineNeedsRead();
     void beginLine();
     void reportBadLine(const char *what, std::string_view line);

@@ -49,16 +49,22 @@ void LineReader::skipLine()
 {
     bool any = false;
     while (good()) {
-        const auto newline = buffered().find('\n');
-        any = any || begin_ != end_;
-        if (newline != std::string_view::npos) {
-            begin_ += newline + 1;
+        if (skipBufferedLine())
             return;
-        }
+        any = any || begin_ != end_;
         begin_ = end_;
         fill();
     }
     failed_ = failed_ || !any;
+}
+
+bool LineReader::skipBufferedLine()
+{
+    const auto newline = buffered().find('\n');
+    if (newline == std::string_view::npos)
+        return false;
+    begin_ += newline + 1;
+    return true;
 }
 
 std::int64_t LineReader::tell()

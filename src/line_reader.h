@@ -42,6 +42,9 @@ public:
     // Takes a line off without handing it out, so that its length costs no memory.
     void skipLine();
 
+    // The same, but only if it needs no read from the file; otherwise does nothing and returns false.
+    bool skipBufferedLine();
+
     // The offset of the next byte, -1 after a failure. As with a stream, asking after the end was met is a failure.
     std::int64_t tell();
 

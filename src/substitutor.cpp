@@ -25,9 +25,10 @@ bool Substitutor::substituted(const std::string &text, ConfigValue &value) const
 {
     const auto firstReference = value.references().size();
     TemplateFiller filler(*this);
-    const bool filled = filler.fill(text, [&value](const auto &group, const auto &key, auto position) {
-        value.addReference(group, key, position);
-    });
+    const bool filled =
+        filler.fill(text, [&value](std::string_view group, std::string_view key, std::uint32_t position) {
+            value.addReference(std::string(group), std::string(key), position);
+        });
     if (filled)
         value.setSubstituted(filler.output(), firstReference);
     return filled;

@@ -57,19 +57,18 @@ public:
 private:
     template <typename AddReference> bool fillTemplate(std::string_view contents, AddReference &&addReference)
     {
-        contents_ = contents;
+        std::pair<std::string_view, std::string_view> reference;
         replacement_.clear();
-        switch (substitutor_.resolve(contents_, replacement_, reference_)) {
+        switch (substitutor_.resolveView(contents, replacement_, reference)) {
         case ResolveFailed:
             return false;
         case ResolvedToReference:
-            addReference(reference_.first, reference_.second, static_cast<std::uint32_t>(output_.size()));
-            break;
+            addReference(reference.first, reference.second, static_cast<std::uint32_t>(output_.size()));
+            return true;
         default:
-            break;
+            output_ += replacement_;
+            return true;
         }
-        output_ += replacement_;
-        return true;
     }
 
     static void report(const char *what, std::string_view text)
@@ -79,9 +78,7 @@ private:
 
     const Substitutor &substitutor_;
     std::string output_;
-    std::string contents_;
     std::string replacement_;
-    std::pair<std::string, std::string> reference_;
 };
 
 } // namespace Tovrin::Parser

@@ -8,7 +8,9 @@
 #include <tovrin/parser/substitutor.h>
 
 #include <array>
+#include <string>
 #include <string_view>
+#include <utility>
 
 namespace Tovrin::Parser {
 
@@ -20,95 +22,97 @@ namespace {
 
 // One template that is being looked up.
 struct Lookup {
-    const std::string &name; // all that stands between "${" and "}"
-    std::string argument;    // what stands behind the source and its ":"
+    std::string_view name;     // all that stands between "${" and "}"
+    std::string_view argument; // what stands behind the source and its ":"
     std::uint32_t userId;
     std::string &out;
-    std::pair<std::string, std::string> &reference;
+    std::pair<std::string_view, std::string_view> &reference;
+
+    std::string nameText() const { return std::string(name); }
+    std::string argumentText() const { return std::string(argument); }
 };
 
 ResolveResult failToRead(const std::string &what, const std::string &where, const Lookup &lookup)
 {
-    logDebug(lConfigParser) << "Failed to read '" << what << "' from " << where << " for template '" << lookup.name
-                            << "'";
+    logDebug(lConfigParser) << "Failed to read '" << what << "' from " << where << " for template '"
+                            << lookup.nameText() << "'";
     return ResolveFailed;
 }
 
-ResolveResult textUnlessEmpty(const std::string &text, const char *where, Lookup &lookup)
+ResolveResult textUnlessEmpty(std::string text, const char *where, Lookup &lookup)
 {
     if (text.empty())
-        return failToRead(lookup.argument, where, lookup);
-    lookup.out = text;
+        return failToRead(lookup.argumentText(), where, lookup);
+    lookup.out = std::move(text);
     return ResolvedToText;
 }
 
 // Group and key are exactly two parts between slashes; one slash at the very end is let pass.
 ResolveResult resolveConfig(Lookup &lookup)
 {
-    std::string_view rest = lookup.argument;
+    auto rest = lookup.argument;
     const auto group = takeUntil(rest, '/');
     const auto key = takeUntil(rest, '/');
     if (group.empty() || key.empty() || !rest.empty()) {
-        logError(lConfigParser) << "Invalid format '" << lookup.argument << "' for conf template '" << lookup.name
-                                << "'";
+        logError(lConfigParser) << "Invalid format '" << lookup.argumentText() << "' for conf template '"
+                                << lookup.nameText() << "'";
         return ResolveFailed;
     }
-    lookup.reference.first = group;
-    lookup.reference.second = key;
+    lookup.reference = {group, key};
     lookup.out.clear();
     return ResolvedToReference;
 }
 
 ResolveResult resolveEnv(Lookup &lookup)
 {
-    return textUnlessEmpty(Helpers::getenv2(lookup.argument.c_str(), ""), "environment variables", lookup);
+    return textUnlessEmpty(Helpers::getenv2(lookup.argumentText().c_str(), ""), "environment variables", lookup);
 }
 
 // The path ends at the first ":"; the variable name keeps any further one.
 ResolveResult resolveEnvFile(Lookup &lookup)
 {
     const auto separator = lookup.argument.find(':');
-    if (separator == std::string::npos) {
-        logError(lConfigParser) << "Invalid envfile definition '" << lookup.name << "'";
+    if (separator == std::string_view::npos) {
+        logError(lConfigParser) << "Invalid envfile definition '" << lookup.nameText() << "'";
         return ResolveFailed;
     }
-    const auto path = lookup.argument.substr(0, separator);
-    const auto variable = lookup.argument.substr(separator + 1);
-    const auto value = Helpers::readEnvFile(path, variable, false);
+    const std::string path(lookup.argument.substr(0, separator));
+    const std::string variable(lookup.argument.substr(separator + 1));
+    auto value = Helpers::readEnvFile(path, variable, false);
     if (!value)
         return failToRead(variable, "environment file '" + path + "'", lookup);
-    lookup.out = *value;
+    lookup.out = std::move(*value);
     return ResolvedToText;
 }
 
 ResolveResult failToResolve(const char *what, const Lookup &lookup)
 {
-    logDebug(lConfigParser) << "Failed to resolve '" << lookup.argument << "' " << what << " for template '"
-                            << lookup.name << "'";
+    logDebug(lConfigParser) << "Failed to resolve '" << lookup.argumentText() << "' " << what << " for template '"
+                            << lookup.nameText() << "'";
     return ResolveFailed;
 }
 
 ResolveResult resolveRealpath(Lookup &lookup)
 {
-    lookup.out = Helpers::realpath2(lookup.argument);
+    lookup.out = Helpers::realpath2(lookup.argumentText());
     return lookup.out.empty() ? failToResolve("path", lookup) : ResolvedToText;
 }
 
 ResolveResult resolveDconf(Lookup &lookup)
 {
-    return textUnlessEmpty(Helpers::getDconfValue(lookup.argument, lookup.userId), "dconf", lookup);
+    return textUnlessEmpty(Helpers::getDconfValue(lookup.argumentText(), lookup.userId), "dconf", lookup);
 }
 
 ResolveResult resolveProp(Lookup &lookup)
 {
-    return textUnlessEmpty(Helpers::getprop(lookup.argument), "properties", lookup);
+    return textUnlessEmpty(Helpers::getprop(lookup.argumentText()), "properties", lookup);
 }
 
 // A command that succeeds silently gives an empty text.
 ResolveResult resolveSystem(Lookup &lookup)
 {
     int status = 0;
-    lookup.out = Helpers::trim(Helpers::capture(lookup.argument, {}, &status));
+    lookup.out = Helpers::trim(Helpers::capture(lookup.argumentText(), {}, &status));
     if (status == 0)
         return ResolvedToText;
     lookup.out.clear();
@@ -131,23 +135,33 @@ constexpr std::array Sources{
 int Substitutor::resolve(const std::string &name, std::string &out,
                          std::pair<std::string, std::string> &reference) const
 {
+    std::pair<std::string_view, std::string_view> names;
+    const int result = resolveView(name, out, names);
+    if (result == ResolvedToReference)
+        reference = names;
+    return result;
+}
+
+int Substitutor::resolveView(std::string_view name, std::string &out,
+                             std::pair<std::string_view, std::string_view> &reference) const
+{
     const auto separator = name.find(':');
-    if (separator == std::string::npos) {
-        const auto found = templates_.find(name);
+    if (separator == std::string_view::npos) {
+        const auto found = templates_.find(std::string(name));
         if (found == templates_.end()) {
-            logError(lConfigParser) << "No such template '" << name << "'";
+            logError(lConfigParser) << "No such template '" << std::string(name) << "'";
             return ResolveFailed;
         }
         out = found->second;
         return ResolvedToText;
     }
     for (const Source &source : Sources) {
-        if (name.compare(0, separator, source.name) == 0) {
+        if (name.substr(0, separator) == source.name) {
             Lookup lookup{name, name.substr(separator + 1), userId_, out, reference};
             return source.resolve(lookup);
         }
     }
-    logError(lConfigParser) << "Invalid template '" << name << "'";
+    logError(lConfigParser) << "Invalid template '" << std::string(name) << "'";
     return ResolveFailed;
 }
 

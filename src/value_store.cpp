@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "value_store.h"
 
+#include "text_scan.h"
+
 #include <cstring>
 #include <limits>
 #include <new>
@@ -204,12 +206,12 @@ template <typename Record> void ValueStore::link(Arena::Number &first, Arena::Nu
 bool ValueStore::isNamed(Arena::Number entry, const EntryName &name) const
 {
     const auto *candidate = at<Entry>(entry);
-    return candidate->key() == name.key && isNamed(candidate->group_, name.group);
+    return sameText(candidate->key(), name.key) && isNamed(candidate->group_, name.group);
 }
 
 bool ValueStore::isNamed(Arena::Number group, const GroupName &name) const
 {
-    return at<Group>(group)->name() == name.text;
+    return sameText(at<Group>(group)->name(), name.text);
 }
 
 Arena::Number ValueStore::findOrAddNumber(const EntryName &name)

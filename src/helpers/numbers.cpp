@@ -85,7 +85,8 @@ template <typename T> Reading<T> readInteger(std::string_view text)
     if (startsWithHexPrefix(text))
         return readHexadecimal<T>(text);
     const auto number = withoutLeadingSpace(text);
-    if (digitsAt(number, isSign(number, 0) ? 1 : 0) == 0)
+    const std::size_t first = isSign(number, 0) ? 1 : 0;
+    if (first == number.size() || !isDigit(number[first]))
         return {};
     return readDigits<T>(withoutPlus(number), 10);
 }

@@ -9,6 +9,7 @@ endif()
 set(program "${CMAKE_MATCH_1}")
 set(expected "${CMAKE_MATCH_2}\n")
 
+separate_arguments(EMULATOR UNIX_COMMAND "${EMULATOR}")
 file(MAKE_DIRECTORY ${WORK})
 file(WRITE ${WORK}/readme.cpp "${program}")
 set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
@@ -16,10 +17,10 @@ execute_process(COMMAND_ERROR_IS_FATAL ANY OUTPUT_VARIABLE flags OUTPUT_STRIP_TR
   COMMAND pkg-config --cflags --libs tovrin-config-parser)
 separate_arguments(flags UNIX_COMMAND "${flags}")
 execute_process(COMMAND_ERROR_IS_FATAL ANY
-  COMMAND ${COMPILER} -std=c++17 -Wall -Wextra -Werror ${WORK}/readme.cpp -o ${WORK}/readme ${flags})
+  COMMAND ${COMPILER} --sysroot=${SYSROOT} -std=c++17 -Wall -Wextra -Werror ${WORK}/readme.cpp -o ${WORK}/readme ${flags})
 
 set(ENV{LD_LIBRARY_PATH} ${PREFIX}/${LIBDIR})
-execute_process(COMMAND ${WORK}/readme WORKING_DIRECTORY ${PROJECT} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+execute_process(COMMAND ${EMULATOR} ${WORK}/readme WORKING_DIRECTORY ${PROJECT} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
 if(NOT output STREQUAL expected)
   message(FATAL_ERROR "printed ${output}instead of ${expected}")
 endif()

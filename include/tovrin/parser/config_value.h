@@ -80,8 +80,8 @@ private:
     friend class Substitutor;
     struct ReferenceBlock;
 
-    ReferenceBlock &ensureReferences();
-    void setSubstituted(std::string_view text, std::size_t firstReference);
+    [[gnu::visibility("hidden")]] ReferenceBlock &ensureReferences();
+    [[gnu::visibility("hidden")]] void setSubstituted(std::string_view text, std::size_t firstReference);
 
     std::unique_ptr<ReferenceBlock> references_; // only while there are references, which keeps plain values small
     std::string text_;

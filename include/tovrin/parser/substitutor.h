@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace Tovrin::Parser {
@@ -54,6 +55,11 @@ public:
 
 private:
     friend class ConfigParserPrivate; // registers templates
+    friend class TemplateFiller;
+
+    // resolve() without copies: the names of a reference are parts of `name`.
+    [[gnu::visibility("hidden")]] int resolveView(std::string_view name, std::string &out,
+                                                  std::pair<std::string_view, std::string_view> &reference) const;
 
     std::map<std::string, std::string> templates_;
     std::uint32_t userId_;
