@@ -147,6 +147,19 @@ TEST(LineReader, FailsWithoutMeetingTheEndWhenAReadFails)
     EXPECT_FALSE(reader.metEnd());
 }
 
+// More than a 32-bit offset can say.
+TEST(LineReader, OpensAFileOfManyGigabytes)
+{
+    constexpr off64_t size = off64_t(3) << 30;
+    TempTree tree;
+    const auto path = tree.write("f", "a\n");
+    ASSERT_EQ(truncate64(path.c_str(), size), 0); // takes no room on the disk
+    LineReader reader(path);
+    EXPECT_EQ(reader.readLine(), "a");
+    reader.seekEnd();
+    EXPECT_EQ(reader.tell(), size);
+}
+
 TEST(LineReader, ReadsAPipeButCannotSeekInIt)
 {
     TempTree tree;

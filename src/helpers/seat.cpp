@@ -38,7 +38,7 @@ std::uint32_t userOfOnlySession()
         errno = -result;
         return Constants::BadUid;
     }
-    if (count != 1)
+    if (count != 1 || !users) // libsystemd counts a session whose user the seat's file does not name
         return Constants::BadUid;
     const auto uid = *users;
     logDebug(lConfigParser) << "There is only one session on seat0, selecting UID " << lowByte(uid)

@@ -20,7 +20,8 @@ struct Seat {
     uid_t active = 0;
     int sessionsResult = 0;
     std::vector<uid_t> users;
-    int errnoAtSessions = -1; // as the look-up of the sessions found it
+    bool usersMissing = false; // in spite of what is counted
+    int errnoAtSessions = -1;  // as the look-up of the sessions found it
 };
 
 Seat seat;
@@ -46,8 +47,10 @@ extern "C" __attribute__((visibility("default"))) int sd_seat_get_sessions(const
     seat.errnoAtSessions = errno;
     if (seat.sessionsResult < 0)
         return seat.sessionsResult;
-    *users = static_cast<uid_t *>(std::malloc(sizeof(uid_t) * (seat.users.size() + 1)));
-    std::copy(seat.users.begin(), seat.users.end(), *users);
+    if (!seat.usersMissing) {
+        *users = static_cast<uid_t *>(std::malloc(sizeof(uid_t) * (seat.users.size() + 1)));
+        std::copy(seat.users.begin(), seat.users.end(), *users);
+    }
     *count = static_cast<unsigned>(seat.users.size());
     return seat.sessionsResult;
 }
@@ -123,6 +126,15 @@ TEST_F(Seat0, CannotChooseFromSeveralSessions)
 {
     seat.sessionsResult = 2;
     seat.users = {1000, 1001};
+    EXPECT_EQ(getSeat0User(), Constants::BadUid);
+    EXPECT_TRUE(records_.empty());
+}
+
+TEST_F(Seat0, CannotChooseFromASessionWithoutAUser)
+{
+    seat.sessionsResult = 1;
+    seat.users = {1000};
+    seat.usersMissing = true;
     EXPECT_EQ(getSeat0User(), Constants::BadUid);
     EXPECT_TRUE(records_.empty());
 }

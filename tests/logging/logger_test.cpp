@@ -376,6 +376,19 @@ TEST(Logger, AppendsLinesToTheFile)
     EXPECT_EQ(tree.read("log"), "ERROR: first\nDEBUG: second\n");
 }
 
+// More than a 32-bit offset can say.
+TEST(Logger, AppendsLinesToAFileOfManyGigabytes)
+{
+    constexpr off64_t size = off64_t(3) << 30;
+    const TempTree tree;
+    const auto config = makeFileConfig(tree.path("log"));
+    ASSERT_EQ(truncate64(tree.path("log").c_str(), size), 0); // takes no room on the disk
+    logError(config) << "text";
+    struct stat64 status;
+    ASSERT_EQ(stat64(tree.path("log").c_str(), &status), 0);
+    EXPECT_EQ(status.st_size, size + 12);
+}
+
 TEST(Logger, LosesNothingWhenConfigurationsShareAFile)
 {
     const TempTree tree;

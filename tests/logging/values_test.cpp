@@ -191,8 +191,10 @@ TEST(ValueLists, NameTheirElementTypeInDebugRecords)
     expectList<unsigned short>({{1, 65535}, "unsigned short int", "1, 65535"});
     expectList<int>({{1, 2, 3}, "int", "1, 2, 3"});
     expectList<unsigned int>({{1, UINT_MAX}, "unsigned int", "1, 4294967295"});
-    expectList<long>({{LONG_MIN, 2}, "long int", "-9223372036854775808, 2"});
-    expectList<unsigned long>({{ULONG_MAX, 2}, "unsigned long int", "18446744073709551615, 2"});
+    const bool longIsWide = sizeof(long) == 8; // 4 bytes on 32-bit machines
+    expectList<long>({{LONG_MIN, 2}, "long int", longIsWide ? "-9223372036854775808, 2" : "-2147483648, 2"});
+    expectList<unsigned long>(
+        {{ULONG_MAX, 2}, "unsigned long int", longIsWide ? "18446744073709551615, 2" : "4294967295, 2"});
     expectList<long long>({{LLONG_MIN, 2}, "long long int", "-9223372036854775808, 2"});
     expectList<unsigned long long>({{ULLONG_MAX, 2}, "unsigned long long int", "18446744073709551615, 2"});
     expectList<float>({{1.5f, 2}, "float", "1.5, 2"});
