@@ -52,7 +52,7 @@ private:
 
     using Offset = std::uint64_t; // in bytes through all the numbers
 
-    Number allocateInNewBlock(std::size_t size)
+    [[gnu::noinline]] Number allocateInNewBlock(std::size_t size) // rare, and kept out of the way of the rest
     {
         if (size > WorthItsOwnBlock) { // so that the rest of the present block is not lost
             const auto start = addBlock(size);

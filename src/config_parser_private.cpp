@@ -195,7 +195,7 @@ void ConfigParserPrivate::resolvedText(const std::string &group, const std::stri
 void ConfigParserPrivate::resolvedTexts(const std::string &group, const std::string &key, std::vector<std::string> &out)
 {
     const auto &entry = listEntry(group, key);
-    out.reserve(out.size() + valueCount(entry));
+    out.reserve(out.size() + store_.valueCount(entry));
     forEachResolved(entry, [&out](std::string_view text) { out.emplace_back(text); });
 }
 
@@ -216,14 +216,6 @@ const ValueStore::Value *ConfigParserPrivate::findLastValue(const std::string &g
 {
     const auto *entry = find(group, key);
     return entry ? store_.lastValue(*entry) : nullptr;
-}
-
-std::size_t ConfigParserPrivate::valueCount(const ValueStore::Entry &entry) const
-{
-    std::size_t count = 0;
-    for (const auto *value = store_.firstValue(entry); value; value = store_.valueAfter(entry, *value))
-        ++count;
-    return count;
 }
 
 // What reading does with an entry, null standing for one that nothing has named yet. A parser without any registered

@@ -68,7 +68,7 @@ public:
             allConverted = allConverted && converted;
         };
         const auto &entry = listEntry(group, key);
-        out.reserve(out.size() + valueCount(entry));
+        out.reserve(out.size() + store_.valueCount(entry));
         forEachResolved(entry, append);
         if (ok)
             *ok = allConverted;
@@ -78,15 +78,15 @@ public:
     template <typename Use> void forEachResolved(const ValueStore::Entry &entry, Use &&use) const
     {
         std::string text;
-        for (const auto *value = store_.firstValue(entry); value; value = store_.valueAfter(entry, *value)) {
-            if (value->isPlain()) {
-                use(value->text());
-                continue;
+        store_.forEachValue(entry, [&](const ValueStore::Value &value) {
+            if (value.isPlain()) {
+                use(value.text());
+                return;
             }
-            resolveValue(*value, text);
+            resolveValue(value, text);
             if (!text.empty())
                 use(std::string_view(text));
-        }
+        });
     }
 
     const ValueStore &store() const { return store_; }
@@ -97,7 +97,6 @@ private:
     const ValueStore::Entry *find(const std::string &group, const std::string &key) const;
     ValueStore::Entry &listEntry(const std::string &group, const std::string &key);
     const ValueStore::Value *findLastValue(const std::string &group, const std::string &key) const;
-    std::size_t valueCount(const ValueStore::Entry &entry) const;
 
     ValueStore::Behaviour getReplacementBehaviour(const ValueStore::Entry *entry) const;
     void warnUnlessRegistered(const ValueStore::Entry *entry, std::string_view group, std::string_view key) const;

@@ -25,8 +25,7 @@ const ValueStore::Entry *find(const ValueStore &store, std::string_view group, s
 std::vector<std::string> textsOf(const ValueStore &store, const ValueStore::Entry &entry)
 {
     std::vector<std::string> texts;
-    for (const auto *value = store.firstValue(entry); value; value = store.valueAfter(entry, *value))
-        texts.emplace_back(value->text());
+    store.forEachValue(entry, [&texts](const ValueStore::Value &value) { texts.emplace_back(value.text()); });
     return texts;
 }
 
@@ -50,7 +49,22 @@ TEST(ValueStore, InternsAnEntryOnceAndNotPresent)
     EXPECT_EQ(store.groupOf(entry).name(), "G");
     EXPECT_FALSE(entry.present());
     EXPECT_FALSE(store.groupOf(entry).present());
-    EXPECT_EQ(store.firstValue(entry), nullptr);
+    EXPECT_FALSE(entry.hasValues());
+}
+
+TEST(ValueStore, CountsTheValuesOfAnEntry)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    EXPECT_EQ(store.valueCount(entry), 0u);
+    for (std::size_t count = 1; count <= 300; ++count) {
+        store.append(entry, "v", {});
+        EXPECT_EQ(store.valueCount(entry), count);
+    }
+    store.replace(entry, "v", {});
+    EXPECT_EQ(store.valueCount(entry), 1u);
+    store.drop(entry);
+    EXPECT_EQ(store.valueCount(entry), 0u);
 }
 
 TEST(ValueStore, KeepsGroupAndKeyApart)
