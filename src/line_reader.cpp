@@ -24,13 +24,6 @@ bool LineReader::nextLineNeedsRead() const
     return buffered().find('\n') == std::string_view::npos;
 }
 
-int LineReader::peek()
-{
-    if (begin_ == end_ && good())
-        fill();
-    return begin_ == end_ ? -1 : static_cast<unsigned char>(buffer_[begin_]);
-}
-
 std::string_view LineReader::readLine()
 {
     std::size_t searched = 0;
@@ -56,21 +49,6 @@ void LineReader::skipLine()
         fill();
     }
     failed_ = failed_ || !any;
-}
-
-bool LineReader::skipBufferedLine()
-{
-    const auto newline = buffered().find('\n');
-    if (newline == std::string_view::npos)
-        return false;
-    begin_ += newline + 1;
-    return true;
-}
-
-std::int64_t LineReader::tell()
-{
-    failed_ = failed_ || metEnd_;
-    return failed_ ? -1 : bufferOffset_ + static_cast<std::int64_t>(begin_);
 }
 
 void LineReader::seekEnd()
