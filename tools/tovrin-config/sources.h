@@ -41,7 +41,7 @@ struct SourceFile {
         Read,
         NotFound,   // nothing can be asked about it
         NotAFile,   // a directory, a pipe, a device
-        NotReadable // it is a file
+        NotReadable // it is a file, but not for us
     };
 
     std::string path; // a directory found among the files of another one ends with "/"
@@ -52,15 +52,15 @@ struct SourceFile {
     // it is moved.
     std::string_view text;
     std::vector<Header> headers;         // all valid ones
-    std::vector<Assignment> assignments; // what a reading program applies, in order
-    std::vector<Assignment> notApplied;  // what would be assignments, but for a bad line above them
+    std::vector<Assignment> assignments; // those that a reading program applies
+    std::vector<Assignment> notApplied;  // those that it does not, since a bad line stands above them
     std::vector<BadLine> badLines;       // all of them, though reading stops at the first
     bool endsWithNewline = true;         // as the empty file does
 
     // A program that reads it does not return: it shows the last entry again and again.
     bool readingHangs() const { return !endsWithNewline && badLines.empty(); }
 
-    // For files of other people: the permission bits of the file and its owners, as stat() tells them.
+    // Who may write it, as stat() tells.
     std::uint32_t mode = 0;
     std::uint32_t owner = 0;
     std::uint32_t owningGroup = 0;
