@@ -4,6 +4,7 @@
 #include "key_file_cursor.h"
 #include "template_filler.h"
 #include "text_scan.h"
+#include "visit_budget.h"
 
 #include <tovrin/parser/config_parser.h>
 #include <tovrin/parser/key_file_parser.h>
@@ -32,9 +33,6 @@ Behaviour behaviourOf(std::int32_t registered)
         return Behaviour::StoreNothing;
     }
 }
-
-// Values visited while one value is resolved, itself included. It bounds the work, and so ends circles too.
-constexpr std::uint32_t MaximumVisits = 33;
 
 constexpr std::int32_t TooManyVisits = -1;
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// The one place that knows what a line of a key file means. KeyFileParser::iterator shows it to programs, copying each
-// entry; the store walks it directly, so that the text of an entry is copied only into the store.
+// The walk over a key file, line by line. KeyFileParser::iterator shows it to programs, copying each entry; the store
+// walks it directly, so that the text of an entry is copied only into the store.
 
 #include "line_reader.h"
 
@@ -13,6 +13,7 @@
 namespace Tovrin::Parser {
 
 class KeyFileParser;
+enum class LineProblem;
 
 class KeyFileCursor {
 public:
@@ -49,7 +50,7 @@ private:
     void skipNextLine();
     void keepEntryIfLineNeedsRead();
     void beginLine();
-    void reportBadLine(const char *what, std::string_view line);
+    void reportBadLine(LineProblem problem, std::string_view line);
 
     KeyFileParser &parser_;
     LineReader reader_;
