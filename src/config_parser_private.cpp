@@ -98,8 +98,8 @@ private:
             store_.append(entry, text, references);
     }
 
-    // Fills in the templates of an item, into filler_ and references_.
-    bool substitute(std::string_view item)
+    // Fills in the templates of an item, into filler_ and references_. Kept out of line: most items have none.
+    [[gnu::noinline]] bool substitute(std::string_view item)
     {
         references_.clear();
         const bool filled = filler_.fill(item, [this](const auto &group, const auto &key, auto position) {
