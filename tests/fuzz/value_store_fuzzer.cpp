@@ -177,7 +177,7 @@ public:
 private:
     void operate()
     {
-        const auto operation = input_.choice(8);
+        const auto operation = input_.choice(9);
         const Name name = takeName(input_);
         switch (operation) {
         case 0:
@@ -200,6 +200,10 @@ private:
             store_->compactIfWasteful();
             break;
         case 6:
+            for (int i = 0; i < 200; ++i) // no list is counted beyond 255
+                append(name);
+            break;
+        case 7:
             store_ = std::make_unique<ValueStore>(*store_);
             break;
         default:
@@ -274,8 +278,9 @@ private:
     static Entry entryOf(const ValueStore &store, const ValueStore::Entry &stored)
     {
         Entry entry{stored.behaviour(), stored.present()};
-        for (const auto *value = store.firstValue(stored); value; value = store.valueAfter(stored, *value))
-            entry.values.push_back(valueOf(store, *value));
+        store.forEachValue(stored,
+                           [&](const ValueStore::Value &value) { entry.values.push_back(valueOf(store, value)); });
+        expectEqual("number of values", store.valueCount(stored), entry.values.size());
         expectEqual("has values", stored.hasValues(), !entry.values.empty());
         if (stored.hasValues())
             expectEqual("last value", valueOf(store, *store.lastValue(stored)), entry.values.back());
