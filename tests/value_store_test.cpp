@@ -67,6 +67,23 @@ TEST(ValueStore, CountsTheValuesOfAnEntry)
     EXPECT_EQ(store.valueCount(entry), 0u);
 }
 
+// Number 0 is no record, also where the first one is so large that it would get a block of its own.
+TEST(ValueStore, TakesAGroupOfAnySizeAsTheFirst)
+{
+    for (const std::size_t size : {4'000, 16'384, 16'390, 65'536, 200'000}) {
+        const std::string group(size, 'g');
+        ValueStore store;
+        auto &entry = intern(store, group, "K");
+        ASSERT_EQ(store.groupOf(entry).name(), group) << size;
+        ASSERT_EQ(find(store, group, "K"), &entry) << size;
+        store.append(entry, "v", {});
+        auto &other = intern(store, group, "L");
+        ASSERT_EQ(&store.groupOf(other), &store.groupOf(entry)) << size;
+        ASSERT_EQ(store.firstGroup(), &store.groupOf(entry)) << size;
+        ASSERT_EQ(textsOf(store, entry), Texts{"v"}) << size;
+    }
+}
+
 TEST(ValueStore, KeepsGroupAndKeyApart)
 {
     ValueStore store;
