@@ -131,11 +131,12 @@ TEST(Evaluation, AgreesWithTheLibraryOnGeneratedConfigurations)
         GeneratedConfiguration generated(seed);
         auto options = programOptions();
         for (std::size_t i = 0; i < generated.files.size(); ++i)
-            options.paths.push_back(folder.write(std::to_string(i) + ".conf", generated.files[i]));
+            options.paths.push_back(
+                folder.write(std::to_string(seed) + "/" + std::to_string(i) + ".conf", generated.files[i]));
         std::vector<KnownKey> keys;
         if (generated.chance(50)) {
             keys = chosenKeys(generated);
-            options.keysFile = folder.write("keys", keysFileText(keys));
+            options.keysFile = folder.write(std::to_string(seed) + "/keys", keysFileText(keys));
         }
         const auto ofCommand = answersOfCommand(options);
         useLibraryRecords();
