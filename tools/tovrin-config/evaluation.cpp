@@ -53,6 +53,7 @@ Evaluation::Evaluation(const Sources &sources, const std::vector<KnownKey> &know
                        Problems &problems)
     : templates_(templates), problems_(problems)
 {
+    reserveFor(sources);
     for (const auto &known : knownKeys)
         add(known);
     reportUnlistedDirectories(sources, problems);
@@ -67,23 +68,38 @@ Evaluation::Evaluation(const Sources &sources, const std::vector<KnownKey> &know
 const Evaluation::Entry *Evaluation::find(std::string_view group, std::string_view key) const
 {
     const auto name = ValueStore::hashed(group, key);
-    const auto number = index_.find(name.hash, [&](Number entry) { return isNamed(entry, name); });
+    const auto number = entryIndex_.find(name.hash, [&](Number entry) { return isNamed(entry, name); });
     return number == 0 ? nullptr : &entries_[number];
 }
 
 std::vector<Evaluation::Number> Evaluation::sortedEntries() const
 {
+    // By group, then by key within each: comparing both every time would cost more than anything else here.
+    auto groups = groups_;
+    std::sort(groups.begin(), groups.end(), [](const auto &one, const auto &other) { return one.name < other.name; });
     std::vector<Number> numbers;
     numbers.reserve(entries_.size());
-    for (Number number = 1; number < entries_.size(); ++number) {
-        if (entries_[number].present())
-            numbers.push_back(number);
+    for (const auto &group : groups) {
+        const auto start = static_cast<std::ptrdiff_t>(numbers.size());
+        for (auto number = group.firstEntry; number != 0; number = entries_[number].nextOfGroup) {
+            if (entries_[number].present())
+                numbers.push_back(number);
+        }
+        std::sort(numbers.begin() + start, numbers.end(),
+                  [this](Number one, Number other) { return entries_[one].key < entries_[other].key; });
     }
-    std::sort(numbers.begin(), numbers.end(), [this](Number a, Number b) {
-        const auto &[one, other] = std::tie(entries_[a], entries_[b]);
-        return one.group != other.group ? one.group < other.group : one.key < other.key;
-    });
     return numbers;
+}
+
+// Growing in steps would copy more than reading does.
+void Evaluation::reserveFor(const Sources &sources)
+{
+    std::size_t assignments = 0;
+    for (const auto &file : sources.files)
+        assignments += file.assignments.size();
+    entries_.reserve(assignments + 1);
+    values_.reserve(assignments + 1);
+    events_.reserve(assignments);
 }
 
 void Evaluation::add(const KnownKey &known)
@@ -230,12 +246,26 @@ void Evaluation::fail(Event &event, std::string_view culprit)
 
 Evaluation::Number Evaluation::findOrAdd(const Name &name)
 {
-    return index_.findOrAdd(
-        name.hash, [&](Number entry) { return isNamed(entry, name); },
+    return entryIndex_.findOrAdd(
+        name.hash, [&](Number entry) { return isNamed(entry, name); }, [&] { return makeEntry(name); });
+}
+
+Evaluation::Number Evaluation::findOrAddGroup(const GroupName &name)
+{
+    return groupIndex_.findOrAdd(
+        static_cast<std::uint32_t>(name.hash), [&](Number group) { return groups_[group].name == name.text; },
         [&] {
-            entries_.push_back({name.group.text, name.key});
-            return static_cast<Number>(entries_.size() - 1);
+            groups_.push_back({name.text});
+            return static_cast<Number>(groups_.size() - 1);
         });
+}
+
+Evaluation::Number Evaluation::makeEntry(const Name &name)
+{
+    auto &group = groups_[findOrAddGroup(name.group)];
+    const auto number = static_cast<Number>(entries_.size());
+    entries_.push_back({group.name, name.key, std::exchange(group.firstEntry, number)});
+    return number;
 }
 
 bool Evaluation::isNamed(Number entry, const Name &name) const

@@ -51,6 +51,7 @@ public:
     struct Entry {
         std::string_view group;
         std::string_view key;
+        Number nextOfGroup = 0;
         Number firstValue = 0;
         Number lastValue = 0;
         bool known = false; // registered
@@ -106,8 +107,15 @@ public:
     }
 
 private:
+    using GroupName = Parser::ValueStore::GroupName;
     using Name = Parser::ValueStore::EntryName;
 
+    struct Group {
+        std::string_view name;
+        Number firstEntry = 0;
+    };
+
+    void reserveFor(const Sources &sources);
     void add(const KnownKey &known);
     void read(const SourceFile &file);
     void apply(const SourceFile &file, const Assignment &assignment, Number entry);
@@ -118,17 +126,21 @@ private:
     void trimFilled(std::size_t firstReference);
     void fail(Event &event, std::string_view culprit);
     Number findOrAdd(const Name &name);
+    Number findOrAddGroup(const GroupName &name);
+    Number makeEntry(const Name &name);
     bool isNamed(Number entry, const Name &name) const;
 
     HostTemplates &templates_;
     Problems &problems_;
+    std::vector<Group> groups_{1};
     std::vector<Entry> entries_{1};
     std::vector<Value> values_{1};
     std::vector<Reference> references_;
     std::vector<Event> events_;
     std::deque<std::string> texts_; // of values that are no part of a file
     std::string filled_;
-    Parser::HashIndex index_;
+    Parser::HashIndex groupIndex_;
+    Parser::HashIndex entryIndex_;
     bool anyKnown_ = false;
 };
 
