@@ -10,6 +10,8 @@
 #include <tovrin/parser/key_file_parser.h>
 #include <tovrin/parser/logging.h>
 
+#include <stdexcept>
+
 namespace Tovrin::Parser {
 
 using Logging::lConfigParser;
@@ -48,15 +50,24 @@ public:
 
     bool run()
     {
-        // At an unterminated last line the cursor stays, and this never ends: files have to end with a newline.
-        while (cursor_.seekNext() != KeyFileCursor::Step::End && !file_.error()) {
-            applyEntry();
-            store_.compactIfWasteful(); // for the sake of a key that is set over and over
+        try {
+            readAll();
+        } catch (const std::length_error &) {
+            return false; // a text too long for the store
         }
         return !file_.error();
     }
 
 private:
+    void readAll()
+    {
+        // At an unterminated last line the cursor stays, and this never ends: files have to end with a newline.
+        while (cursor_.seekNext() != KeyFileCursor::Step::End && !file_.error()) {
+            applyEntry();
+            store_.compactIfWasteful(); // for the sake of a key that is set over and over
+        }
+    }
+
     void applyEntry()
     {
         if (cursor_.headerCount() != groupHeaderCount_) {
@@ -168,7 +179,7 @@ bool ConfigParserPrivate::readConfig(const std::string &path)
     return loaded;
 }
 
-void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, std::string &out) const
+template <typename Text> void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, Text &out) const
 {
     std::int32_t counter = 0;
     out.clear();
@@ -178,6 +189,9 @@ void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, std::stri
     logError(lConfigParser) << "Max depth reached, possibly circular reference.";
     out.clear();
 }
+
+template void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, std::string &out) const;
+template void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, std::pmr::string &out) const;
 
 void ConfigParserPrivate::resolvedText(const std::string &group, const std::string &key, std::string &out) const
 {
@@ -235,8 +249,8 @@ void ConfigParserPrivate::warnUnlessRegistered(const ValueStore::Entry *entry, s
 
 // Appends the resolved text of a value. The counter runs over all values visited, whatever their nesting; at its end it
 // becomes TooManyVisits, and what was appended so far is worth nothing.
-void ConfigParserPrivate::resolveValueDepth(const ValueStore::Value &value, std::string &out,
-                                            std::int32_t &counter) const
+template <typename Text>
+void ConfigParserPrivate::resolveValueDepth(const ValueStore::Value &value, Text &out, std::int32_t &counter) const
 {
     if (static_cast<std::uint32_t>(counter) >= MaximumVisits) {
         counter = TooManyVisits;

@@ -54,7 +54,7 @@ KeyFileCursor::Step KeyFileCursor::seekNext()
         case LineKind::Key:
             if (parseAndSetKeyAndValue(readNextLine()))
                 return Step::Entry;
-            key_ = value_ = {}; // the buffer that they were in may be gone
+            forgetEntry(); // the buffer that the last one was in may be gone
             break;
         case LineKind::Other:
             keepEntryIfLineNeedsRead();
@@ -101,19 +101,33 @@ bool KeyFileCursor::parseAndSetKeyAndValue(std::string_view line)
         reportBadLine(parsed.problem, line);
         return false;
     }
-    key_ = parsed.key;
-    value_ = parsed.value;
+    setEntry(parsed.key, parsed.value);
     return true;
 }
 
+void KeyFileCursor::setEntry(std::string_view key, std::string_view value)
+{
+    key_ = key;
+    value_ = value;
+    keptBuffer_.reset();
+    entryIsKept_ = false;
+}
+
+// Makes key and value independent of the buffer that they were read into. A long entry takes that buffer along: a copy
+// would need as much memory again.
 void KeyFileCursor::keepEntry()
 {
-    if (key_.data() == kept_.data())
+    if (entryIsKept_)
         return;
     const std::size_t keyLength = key_.size();
-    kept_.assign(key_).append(value_);
-    key_ = std::string_view(kept_).substr(0, keyLength);
-    value_ = std::string_view(kept_).substr(keyLength);
+    if (keyLength + value_.size() > LineReader::InitialCapacity) {
+        keptBuffer_ = reader_.handOverBuffer();
+    } else {
+        kept_.assign(key_).append(value_);
+        key_ = std::string_view(kept_).substr(0, keyLength);
+        value_ = std::string_view(kept_).substr(keyLength);
+    }
+    entryIsKept_ = true;
 }
 
 void KeyFileCursor::skipNextLine()

@@ -7,6 +7,7 @@
 #include "line_reader.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -43,10 +44,12 @@ public:
     void parseAndSetGroup(std::string_view line);
     bool parseAndSetKeyAndValue(std::string_view line);
 
-    // Makes key and value independent of the buffer that they were read into.
-    void keepEntry();
+    // For a caller who has copied the entry: what was read may go. Needed after a line of the caller's own.
+    void forgetEntry() { setEntry({}, {}); }
 
 private:
+    void setEntry(std::string_view key, std::string_view value);
+    void keepEntry();
     void skipNextLine();
     void keepEntryIfLineNeedsRead();
     void beginLine();
@@ -60,7 +63,9 @@ private:
     std::string group_;
     std::string_view key_;
     std::string_view value_;
-    std::string kept_; // holds key and value once they had to leave the buffer
+    bool entryIsKept_ = false;
+    std::string kept_;                   // holds key and value once they had to leave the reader's buffer; or else
+    std::unique_ptr<char[]> keptBuffer_; // that buffer
 };
 
 } // namespace Tovrin::Parser

@@ -17,6 +17,8 @@ namespace Tovrin::Parser {
 
 class LineReader {
 public:
+    static constexpr std::size_t InitialCapacity = 64 * 1024; // of the buffer, which holds at least a line
+
     // Opens the file. A reader that could not open it has failed from the start.
     explicit LineReader(const std::string &path);
     ~LineReader();
@@ -64,6 +66,9 @@ public:
         return failed_ ? -1 : bufferOffset_ + static_cast<std::int64_t>(begin_);
     }
 
+    // Gives the buffer away, which keeps the lines in it valid. What was not taken off yet goes on in a new one.
+    std::unique_ptr<char[]> handOverBuffer();
+
     // Goes to the present end of the file, whether or not it was met before; fails for what cannot seek.
     void seekEnd();
 
@@ -71,9 +76,9 @@ private:
     std::string_view buffered() const { return {buffer_.get() + begin_, end_ - begin_}; }
     void fill();
     void makeRoom();
+    std::unique_ptr<char[]> exchangeBuffer(std::size_t capacity);
+    void movedToFront();
     std::string_view take(std::size_t length, std::size_t consumed);
-
-    static constexpr std::size_t InitialCapacity = 64 * 1024;
 
     int descriptor_;
     bool metEnd_ = false;

@@ -160,6 +160,33 @@ TEST(LineReader, OpensAFileOfManyGigabytes)
     EXPECT_EQ(reader.tell(), size);
 }
 
+TEST(LineReader, HandsOverItsBufferWithTheLinesInIt)
+{
+    TempTree tree;
+    LineReader reader(tree.write("f", "one\ntwo\nthree\n"));
+    const auto line = reader.readLine();
+    const auto buffer = reader.handOverBuffer();
+    EXPECT_EQ(reader.tell(), 4);
+    EXPECT_EQ(reader.readLine(), "two");
+    EXPECT_EQ(reader.readLine(), "three");
+    EXPECT_EQ(reader.peek(), -1);
+    EXPECT_EQ(line, "one");
+    EXPECT_EQ(line.data(), buffer.get());
+}
+
+TEST(LineReader, HandsOverItsBufferWithALongLineBehindTheOneRead)
+{
+    TempTree tree;
+    const std::string longLine(300 * 1024, 'x');
+    LineReader reader(tree.write("f", "one\n" + longLine + "\nlast\n"));
+    const auto line = reader.readLine();
+    const auto buffer = reader.handOverBuffer();
+    EXPECT_EQ(reader.readLine(), longLine);
+    const auto longBuffer = reader.handOverBuffer();
+    EXPECT_EQ(reader.readLine(), "last");
+    EXPECT_EQ(line, "one");
+}
+
 TEST(LineReader, ReadsAPipeButCannotSeekInIt)
 {
     TempTree tree;
