@@ -188,7 +188,11 @@ void checkIterators(const ConfigParser &parser)
     const auto before = first++;
     expect(before == copy && first != copy, "the value before it was advanced");
     first = copy;
-    auto one = *first;
+    auto one = ConfigParserIterator::value_type("group", "key", "value");
+    expectEqual("the list of a single value", one.value(), {"value"});
+    const auto copied(one);
+    expect(one.operator==(copied), "a copy is equal");
+    one = *first;
     expect(one.operator==(*copy) && !one.operator!=(*copy), "an entry is equal to itself");
 }
 
