@@ -50,7 +50,7 @@ ConfigParser::ConfigParser(const ConfigParser &other) : d_(std::make_unique<Conf
 {
 }
 
-ConfigParser::ConfigParser(ConfigParser &&other) = default;
+ConfigParser::ConfigParser(ConfigParser &&other) noexcept = default;
 ConfigParser::~ConfigParser() = default;
 
 void ConfigParser::addKey(const std::string &group, const std::string &key, ReplacementBehaviour behaviour)

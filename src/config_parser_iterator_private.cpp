@@ -95,6 +95,7 @@ ConfigParserIterator::ConfigParserIterator(const ConfigParserIterator &other)
 {
 }
 
+// NOLINTNEXTLINE(cert-oop54-cpp): two pointers and a position may be copied onto themselves
 ConfigParserIterator &ConfigParserIterator::operator=(const ConfigParserIterator &other)
 {
     *d_ = *other.d_;

@@ -23,6 +23,7 @@ std::uint64_t processSeed()
 {
     static const std::uint64_t seed = [] {
         std::uint64_t random = 0;
+        // NOLINTNEXTLINE(performance-no-int-to-ptr): the kernel hands the address over as a number
         if (const auto *bytes = reinterpret_cast<const void *>(getauxval(AT_RANDOM)))
             std::memcpy(&random, bytes, sizeof random);
         return random;

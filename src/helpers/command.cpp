@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 namespace Tovrin::Parser::Helpers {
 
@@ -15,6 +16,12 @@ using Logging::logError;
 using Logging::logWarning;
 
 namespace {
+
+// Also for output that does not fit into memory: no process may be left behind.
+struct PipeCloser {
+    void operator()(FILE *pipe) const { pclose(pipe); }
+};
+using Pipe = std::unique_ptr<FILE, PipeCloser>;
 
 std::string commandLine(const std::string &command, const std::vector<std::string> &arguments)
 {
@@ -49,9 +56,9 @@ std::string capture(const std::string &command, const std::vector<std::string> &
 {
     int waitStatus = -1;
     std::string output;
-    if (FILE *pipe = popen(commandLine(command, arguments).c_str(), "r")) {
-        output = readAll(pipe);
-        waitStatus = pclose(pipe);
+    if (Pipe pipe{popen(commandLine(command, arguments).c_str(), "r")}) { // NOLINT(cert-env33-c): a shell is wanted
+        output = readAll(pipe.get());
+        waitStatus = pclose(pipe.release());
         reportExit(command, waitStatus);
     } else {
         logError(lConfigParser) << "Failed to execute '" << command << "': " << std::strerror(errno);

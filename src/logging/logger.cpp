@@ -114,7 +114,7 @@ private:
     Logger &record_;
 };
 
-Logger::Logger(LoggerConfig *config, LoggerConfig::Level level) : level_(level), target_(LoggerConfig::File)
+Logger::Logger(LoggerConfig *config, LoggerConfig::Level level) : level_(level)
 {
     if (!config || !config->d_->enabled(level))
         return;

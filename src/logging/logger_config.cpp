@@ -84,7 +84,7 @@ std::shared_ptr<LoggerConfig> LoggerConfig::create(Ident ident, Level level)
     const std::string identity(ident); // throws for a null pointer
     assert(identIsValid(ident));
     // Found and added under two separate locks, on purpose: the warning in between is written without any.
-    const auto found = instance(ident);
+    auto found = instance(ident);
     if (!found)
         return Registry::global().add(ident, level);
     logWarning(found) << "Reusing logger for identity: " << identity;

@@ -67,8 +67,6 @@ private:
     std::vector<std::shared_ptr<LoggerConfig>> created_;
 };
 
-using LoggingSetupDeathTest = LoggingSetup;
-
 // ---- Levels from text -----------------------------------------------------------------------------------------------
 
 const std::pair<const char *, LoggerConfig::Level> levelTexts[] = {
@@ -405,10 +403,11 @@ TEST_F(LoggingSetup, DoesNotWarnOfRegisteredKeysOrAParserThatTakesAll)
     EXPECT_TRUE(records_.empty());
 }
 
-TEST_F(LoggingSetupDeathTest, StopsTheProcessForANullParser)
+// Without the fixture: the process that dies would leave its folder behind.
+TEST(LoggingSetupDeathTest, StopsTheProcessForANullParser)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    const auto config = create("setup.null-parser");
+    const auto config = LoggerConfig::create("setup.null-parser", LoggerConfig::LogCritical);
     const char *const failure = ": src/logging/setup\\.cpp:[0-9]+: .*Assertion `config' failed";
     EXPECT_DEATH(config->setLevel(static_cast<const ConfigParser *>(nullptr)), failure);
     EXPECT_DEATH(config->setTarget(static_cast<const ConfigParser *>(nullptr)), failure);

@@ -46,7 +46,7 @@ public:
     ConfigParser(const ConfigParser &other);
 
     // Takes everything over; the other parser may only be destroyed afterwards.
-    ConfigParser(ConfigParser &&other);
+    ConfigParser(ConfigParser &&other) noexcept;
 
     ~ConfigParser();
 

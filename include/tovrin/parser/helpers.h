@@ -8,7 +8,8 @@
 #include <string>
 #include <vector>
 
-typedef struct _GVariant GVariant; // GLib's, so that its headers are not needed here
+// GLib's own declaration, so that its headers are not needed here.
+typedef struct _GVariant GVariant; // NOLINT(bugprone-reserved-identifier,cert-dcl*,modernize-use-using)
 
 // Free functions for text, numbers, paths, the environment and the host. Texts are bytes; no encoding is assumed, and
 // the process's locale changes nothing. Bad input never throws: failures show in the result. Unless a comment says

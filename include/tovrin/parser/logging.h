@@ -164,7 +164,7 @@ private:
     void write() noexcept;
 
     LoggerConfig::Level level_;
-    LoggerConfig::Target target_;
+    LoggerConfig::Target target_ = LoggerConfig::File;
     bool hasParts_ = false;            // an empty part is one too
     std::uint32_t fileGeneration_ = 0; // of the file that the record was begun for
     std::shared_ptr<LoggerConfigPrivate> file_;
