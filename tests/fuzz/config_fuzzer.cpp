@@ -188,7 +188,11 @@ void checkIterators(const ConfigParser &parser)
     const auto before = first++;
     expect(before == copy && first != copy, "the value before it was advanced");
     first = copy;
-    auto one = *first;
+    auto one = ConfigParserIterator::value_type("group", "key", "value");
+    expectEqual("the list of a single value", one.value(), {"value"});
+    const auto copied(one);
+    expect(one.operator==(copied), "a copy is equal");
+    one = *first;
     expect(one.operator==(*copy) && !one.operator!=(*copy), "an entry is equal to itself");
 }
 
@@ -224,15 +228,18 @@ void checkPortions(const std::string &lines, const Files &portions, const Snapsh
     expectEqual(what, snapshotOf(parser), expected);
 }
 
-// A copy is equal and independent.
-void checkCopy(const ConfigParser &parser, const Snapshot &expected)
+// A copy is equal, reads on as the original would, and does that alone.
+void checkCopy(const ConfigParser &parser, const Store &store, const Snapshot &expected, const Files &files)
 {
     ConfigParser copy(parser);
+    Store storeCopy(store);
     expectEqual("a copy", snapshotOf(copy), expected);
-    read(copy, "[]\nk=${config:/k}\n[New]\nk=1\n");
-    expectEqual("the original after its copy changed", snapshotOf(parser), expected);
+    const auto more = "[]\nk=${config:/k};${T}\n[New]\nk=1\n" + (files.empty() ? "" : files.front());
+    read(copy, more);
+    storeCopy.readConfig(more, configFile().path());
     const ConfigParser moved(std::move(copy));
-    snapshotOf(moved);
+    expectEqual("a copy that read on", snapshotOf(moved), storeCopy.all());
+    expectEqual("the original after its copy read on", snapshotOf(parser), expected);
 }
 
 Files takeFiles(Input &input)
@@ -282,7 +289,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     const auto snapshot = snapshotOf(parser);
     expectEqual("iteration", snapshot, store.all());
     checkIterators(parser);
-    checkCopy(parser, snapshot);
+    checkCopy(parser, store, snapshot, files);
     if (allLoaded) {
         checkPortions(lines, {inOneGo(files)}, snapshot, "read in one go");
         if (const auto entries = entryByEntry(files); entries.size() <= Many)

@@ -137,7 +137,8 @@ void addReference(Pair &pair, Input &input)
 {
     const auto group = input.field();
     const auto key = input.field();
-    const auto position = input.byte() == 0xff ? 0xffffffffu - input.byte() : input.byte();
+    const auto first = input.byte();
+    const std::uint32_t position = first == 0xff ? 0xffffffffu - input.byte() : first;
     pair.value.addReference(group, key, position);
     pair.model.references.emplace_back(group, key);
     pair.model.positions.push_back(position);
@@ -165,6 +166,7 @@ void operate(Input &input, Pairs &pairs, StandIns &standIns)
     case 0: {
         const auto text = input.field();
         one = {ConfigValue(text), {text, {}, {}}};
+        expectEqual<std::string>("from a C string", ConfigValue(text.c_str()).data(), text.c_str());
         break;
     }
     case 1: {

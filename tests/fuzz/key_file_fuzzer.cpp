@@ -54,6 +54,11 @@ public:
             expectEqual("parseAndSetKeyAndValue", library_.parseAndSetKeyAndValue(line_),
                         reference_.parseAndSetKeyAndValue(line_));
             break;
+        case 'm': {
+            KeyFileParser::iterator taken(std::move(library_));
+            library_ = std::move(taken);
+            break;
+        }
         case 'e':
             library_.seekEnd();
             reference_.seekEnd();
@@ -81,6 +86,8 @@ private:
         expectEqual("entry", seen, reference_.entry());
         expectEqual("error", file_.error(), reference_.error());
         expectEqual("at the end", library_ == end_, reference_.isAtEnd());
+        expectEqual("not at the end", library_ != end_, !reference_.isAtEnd());
+        expectEqual("key", (*library_).key, seen.key);
     }
 
     Records expected_;
@@ -90,6 +97,16 @@ private:
     Reference::KeyFileIterator reference_;
     std::string line_ = "[";
 };
+
+// What cannot be read shows in the error flag alone.
+void checkUnreadable(const std::string &path)
+{
+    KeyFileParser file(path);
+    auto entry = file.begin();
+    expect(file.error(), "a reader says that there is nothing to be had");
+    ++entry;
+    expect(entry->group.empty() && entry->key.empty() && entry->value.empty(), "no entry");
+}
 
 } // namespace
 
@@ -108,5 +125,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
         walk.step(operation);
     walk.finish(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
     expectEqual("records", standIns.takeRecords(), walk.expected());
+    if (operations.empty()) {
+        checkUnreadable("/nonexistent");
+        checkUnreadable("/proc/self"); // a directory
+        expectEqual("records of what cannot be read", standIns.takeRecords(), {});
+    }
     return 0;
 }

@@ -186,6 +186,8 @@ public:
         auto &config = *configurations()[1];
         expectEqual("setLevel", config.setLevel(texts.level), models_[1].setLevel(texts.level));
         expectEqual("setTarget", config.setTarget(texts.target), models_[1].setTarget(texts.target));
+        expectEqual("a file without a path", config.setTarget(LoggerConfig::File), false);
+        models_[1].write(LoggerConfig::LogError, "Cannot set file logging target with LoggerConfig::setTarget(Target)");
         writeRecords("between");
         compare();
     }
@@ -202,6 +204,7 @@ public:
             setFromConfiguration(model, store);
             setFromEnvironment(model, texts);
         }
+        createAgain();
         writeRecords("after");
         compare();
     }
@@ -261,6 +264,15 @@ private:
                 models_[i].write(level, text);
             }
         }
+    }
+
+    // The latest level counts, and the target stays. The record is lost if it is not for this level.
+    void createAgain()
+    {
+        models_[2].write(LoggerConfig::LogWarning, "Reusing logger for identity: " + models_[2].ident());
+        const auto again = LoggerConfig::create(models_[2].ident().c_str(), LoggerConfig::LogInfo);
+        expect(again == configurations()[2], "an identity has one configuration");
+        models_[2].setLevel("info");
     }
 
     void compare()

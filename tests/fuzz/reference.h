@@ -311,16 +311,7 @@ public:
         return true;
     }
 
-private:
-    bool fillIn(const std::string &name, Pieces &pieces)
-    {
-        Piece piece;
-        if (!resolve(name, piece))
-            return false;
-        pieces.push_back(piece);
-        return true;
-    }
-
+    // What stands between "${" and "}".
     bool resolve(const std::string &name, Piece &piece)
     {
         const auto colon = name.find(':');
@@ -358,6 +349,16 @@ private:
         return fail(Error, "Invalid template '" + name + "'");
     }
 
+private:
+    bool fillIn(const std::string &name, Pieces &pieces)
+    {
+        Piece piece;
+        if (!resolve(name, piece))
+            return false;
+        pieces.push_back(piece);
+        return true;
+    }
+
     bool resolveConfig(const std::string &name, const std::string &argument, Piece &piece)
     {
         const auto parts = split(argument, '/');
@@ -374,7 +375,8 @@ private:
             return fail(Error, "Invalid envfile definition '" + name + "'");
         const auto path = argument.substr(0, colon);
         const auto variable = argument.substr(colon + 1);
-        const bool exists = std::filesystem::exists(path.c_str());
+        std::error_code error; // a name may be too long to exist
+        const bool exists = std::filesystem::exists(path.c_str(), error);
         const auto value = exists ? envFileValue(envFile_, variable) : std::nullopt;
         if (!value)
             return fail(Debug, "Failed to read '" + variable + "' from environment file '" + path + "' for template '" +

@@ -74,6 +74,27 @@ void checkSubstitutor(const std::string &text, StandIns &standIns)
     expectEqual("resolved", value.resolve(resolved), Reference::filled(kept, resolved));
 }
 
+// The text as the contents of one template. A copy of a Substitutor does the same.
+void checkResolve(const std::string &text, StandIns &standIns)
+{
+    static const Templates none;
+    const Substitutor first(Constants::BadUid);
+    const Substitutor substitutor(first);
+    std::string out;
+    Reference::Name reference;
+    const int result = substitutor.resolve(text, out, reference);
+
+    Records expectedRecords;
+    Reference::Piece piece;
+    const bool resolved = Reference::Substitution(none, EnvFileText, expectedRecords).resolve(text, piece);
+    expectEqual("result", result, !resolved ? 1 : piece.reference ? 2 : 0);
+    expectEqual("reference", reference, piece.reference.value_or(Reference::Name()));
+    if (resolved)
+        expectEqual("text of a template", out, piece.text);
+    expectEqual("records of a template", standIns.takeRecords(), expectedRecords);
+    expectEqual("contains", substitutor.contains(text), false);
+}
+
 // As one value of a file, if it can be one.
 void checkParser(const std::string &text, StandIns &standIns)
 {
@@ -114,6 +135,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     StandIns standIns;
     checkScan(text);
     checkSubstitutor(text, standIns);
+    checkResolve(text, standIns);
     checkParser(text, standIns);
     return 0;
 }

@@ -184,7 +184,7 @@ private:
             registerEntry(name, static_cast<ValueStore::Behaviour>(1 + input_.choice(4)));
             break;
         case 1:
-            append(name);
+            append(name, {takeText(input_), {}});
             break;
         case 2:
             replace(name);
@@ -200,8 +200,8 @@ private:
             store_->compactIfWasteful();
             break;
         case 6:
-            for (int i = 0; i < 200; ++i) // no list is counted beyond 255
-                append(name);
+            for (int i = 0; i < 130; ++i) // more than 255 values are not counted
+                append(name, {std::to_string(i), {}});
             break;
         case 7:
             store_ = std::make_unique<ValueStore>(*store_);
@@ -234,10 +234,9 @@ private:
         return references;
     }
 
-    void append(const Name &name)
+    void append(const Name &name, Value value)
     {
         auto &entry = store_->findOrAdd(hashed(name));
-        Value value{takeText(input_), {}};
         store_->append(entry, value.first, takeReferences(value));
         model_.entries[name].values.push_back(value);
         model_.makePresent(name);
