@@ -13,7 +13,7 @@ enum Field { Source, MountPoint, Type, Options, Dump, Pass, FieldCount };
 
 bool validSource(const std::string &source)
 {
-    return source.substr(0, 1) == "/" || source == "tmpfs" || source == "none";
+    return source.starts_with('/') || source == "tmpfs" || source == "none";
 }
 
 bool validType(const std::string &type)
