@@ -6,6 +6,7 @@
 #include <tovrin/parser/logging.h>
 
 #include <algorithm>
+#include <iterator>
 #include <ostream>
 #include <stdexcept>
 
@@ -20,6 +21,38 @@ struct ConfigValue::ReferenceBlock {
     std::vector<std::uint32_t> positions;
 
     bool operator==(const ReferenceBlock &) const = default;
+
+    void append(const std::string &group, const std::string &key, std::uint32_t position)
+    {
+        appendOrNothing([&] {
+            positions.push_back(position);
+            references.emplace_back(group, key);
+        });
+    }
+
+    void append(const ReferenceBlock &added, std::uint32_t offset)
+    {
+        appendOrNothing([&] {
+            std::transform(added.positions.begin(), added.positions.end(), std::back_inserter(positions),
+                           [offset](std::uint32_t position) { return position + offset; });
+            // One by one: an insert() that memory runs out for has moved the present ones away.
+            std::copy(added.references.begin(), added.references.end(), std::back_inserter(references));
+        });
+    }
+
+private:
+    // Where memory runs out, neither list grows.
+    template <typename Append> void appendOrNothing(Append &&append)
+    {
+        const auto size = positions.size();
+        try {
+            append();
+        } catch (...) {
+            positions.resize(size);
+            references.resize(size);
+            throw;
+        }
+    }
 };
 
 namespace {
@@ -101,10 +134,8 @@ void ConfigValue::setString(const std::string &text)
 
 void ConfigValue::addReference(const std::string &group, const std::string &key, std::uint32_t position)
 {
-    auto &block = ensureReferences();
+    ensureReferences().append(group, key, position);
     type_ = WithReferences;
-    block.positions.push_back(position);
-    block.references.emplace_back(group, key);
 }
 
 ConfigValue::Type ConfigValue::type() const
@@ -158,17 +189,17 @@ ConfigValue &ConfigValue::operator+=(const ConfigValue &other)
 {
     if (this == &other)
         return *this += ConfigValue(other);
-    const auto offset = static_cast<std::uint32_t>(text_.size());
+    const auto offset = text_.size();
     text_ += other.text_;
+    try {
+        if (other.references_)
+            ensureReferences().append(*other.references_, static_cast<std::uint32_t>(offset));
+    } catch (...) { // where memory runs out, nothing is added
+        text_.resize(offset);
+        throw;
+    }
     if (other.type_ == WithReferences)
         type_ = WithReferences;
-    if (!other.references_)
-        return *this;
-    auto &block = ensureReferences();
-    const auto &added = *other.references_;
-    block.references.insert(block.references.end(), added.references.begin(), added.references.end());
-    std::transform(added.positions.begin(), added.positions.end(), std::back_inserter(block.positions),
-                   [offset](std::uint32_t position) { return position + offset; });
     return *this;
 }
 

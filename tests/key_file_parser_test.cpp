@@ -664,6 +664,17 @@ TEST(KeyFileIterator, GoesOnAfterAMove)
     EXPECT_EQ(entryAt(moved), (Entry{"", "b", "2"}));
 }
 
+TEST(KeyFileIterator, TakesThePlaceOfAnother)
+{
+    File file("a=1\nb=2\n");
+    auto entry = file.parser.begin();
+    ++entry;
+    entry = file.parser.begin();
+    EXPECT_EQ(entryAt(entry), (Entry{"", "a", "1"}));
+    ++entry;
+    EXPECT_EQ(entryAt(entry), (Entry{"", "b", "2"}));
+}
+
 TEST(KeyFileIterator, OfOneReaderHaveStreamsOfTheirOwn)
 {
     File file("a=1\nb=2\nc=3\n");

@@ -3,10 +3,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <map>
 #include <random>
+#include <stdexcept>
 #include <string>
 #include <vector>
+
+#include <sys/mman.h>
 
 namespace {
 
@@ -297,5 +301,24 @@ TEST(ValueStore, AgreesWithAMapUnderRandomOperations)
     }
     EXPECT_EQ(present, model.size());
 }
+
+#if SIZE_MAX > UINT32_MAX // elsewhere no text is too long
+
+TEST(ValueStore, RefusesATextOfFourGibibytes)
+{
+    constexpr std::size_t size = std::size_t{1} << 32;
+    void *const zeros = mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+    ASSERT_NE(zeros, MAP_FAILED);
+    const std::string_view text(static_cast<const char *>(zeros), size);
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    store.append(entry, "before", {});
+    EXPECT_THROW(store.append(entry, text, {}), std::length_error);
+    EXPECT_THROW(store.replace(entry, text, {}), std::length_error);
+    EXPECT_EQ(textsOf(store, entry), (Texts{"before"}));
+    munmap(zeros, size);
+}
+
+#endif
 
 } // namespace

@@ -10,14 +10,17 @@
 #include <tovrin/parser/helpers.h>
 #include <tovrin/parser/logging.h>
 
+#include "helpers/get_line.h"
 #include "text_scan.h"
 
 #include <dconf.h>
+#include <sys/eventfd.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <cstdlib>
 #include <filesystem>
@@ -104,7 +107,7 @@ bool has(const Profile &profile, std::string_view kind)
 bool readProfile(const std::string &path, std::vector<std::string> &lines)
 {
     std::ifstream file(path);
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line; getLine(file, line);) {
         const auto description = trimmed(std::string_view(line).substr(0, line.find('#')));
         if (!description.empty())
             lines.emplace_back(description);
@@ -190,8 +193,22 @@ private:
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
+// GLib ends the process if it gets no descriptors for the thread that it starts.
+bool descriptorsLeft()
+{
+    std::array<int, 4> descriptors{};
+    std::generate(descriptors.begin(), descriptors.end(), [] { return eventfd(0, EFD_CLOEXEC); });
+    for (const int descriptor : descriptors) {
+        if (descriptor >= 0)
+            close(descriptor);
+    }
+    return *std::min_element(descriptors.begin(), descriptors.end()) >= 0;
+}
+
 std::string readKey(const std::string &key)
 {
+    if (!descriptorsLeft())
+        return {};
     const std::unique_ptr<DConfClient, decltype(&g_object_unref)> client(dconf_client_new(), &g_object_unref);
     return client ? gVariantToString(dconf_client_read(client.get(), key.c_str())) : "";
 }

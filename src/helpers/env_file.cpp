@@ -2,6 +2,7 @@
 #include <tovrin/parser/helpers.h>
 #include <tovrin/parser/logging.h>
 
+#include "helpers/get_line.h"
 #include "text_scan.h"
 
 #include <fstream>
@@ -28,11 +29,11 @@ std::optional<std::string_view> valueFrom(std::string_view line, std::string_vie
     return withoutDoubleQuotes(trimmed(line.substr(equals + 1)));
 }
 
-// The last value that the file gives to the variable.
+// The last value that the file gives to the variable, up to where it cannot be read.
 std::optional<std::string> lastValue(std::ifstream &file, const std::string &variable)
 {
     std::optional<std::string> found;
-    for (std::string line; std::getline(file, line);) {
+    for (std::string line; getLine(file, line);) {
         if (const auto value = valueFrom(line, variable))
             found = *value;
     }

@@ -137,6 +137,7 @@ Reading<double> convertOutOfRange(std::string_view token)
     Reading<double> reading;
     std::istringstream stream{std::string(token)};
     stream.imbue(std::locale::classic());
+    stream.exceptions(std::ios::badbit); // where memory runs out, the number is not too large
     stream >> reading.value;
     reading.valid = !stream.fail();
     if (!reading.valid)

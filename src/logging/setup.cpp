@@ -66,9 +66,9 @@ struct NamedTarget {
         case LoggerConfig::Stderr:
             return std::cerr.good();
         case LoggerConfig::File:
-            return file.isOpen();
+            break;
         }
-        return false;
+        return file.isOpen();
     }
 };
 

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/captured_records.h"
+#include "support/limit_guard.h"
 
 #include <tovrin/parser/helpers.h>
 
 #include <gtest/gtest.h>
-
-#include <sys/resource.h>
 
 #include <csignal>
 #include <cstring>
@@ -15,6 +14,7 @@ namespace {
 using namespace std::string_literals;
 using Tovrin::Parser::Helpers::capture;
 using Tovrin::Testing::CapturedRecords;
+using Tovrin::Testing::LimitGuard;
 
 using Record = CapturedRecords::Record;
 using Records = std::vector<Record>;
@@ -97,27 +97,12 @@ TEST(Capture, StoresTheSignalThatEndedTheCommandWithoutARecord)
     EXPECT_TRUE(records.empty());
 }
 
-// Leaves no file descriptor for a pipe while in scope.
-class NoMoreFiles {
-public:
-    NoMoreFiles()
-    {
-        getrlimit(RLIMIT_NOFILE, &former_);
-        const rlimit none{0, former_.rlim_max};
-        setrlimit(RLIMIT_NOFILE, &none);
-    }
-    ~NoMoreFiles() { setrlimit(RLIMIT_NOFILE, &former_); }
-
-private:
-    rlimit former_{};
-};
-
 TEST(Capture, ReportsAShellThatCannotBeStarted)
 {
     const CapturedRecords records;
     int status = 0;
     {
-        const NoMoreFiles guard;
+        const LimitGuard none(RLIMIT_NOFILE, 0);
         EXPECT_EQ(capture("echo", {"a"}, &status), "");
     }
     EXPECT_EQ(status, -1);
