@@ -179,7 +179,11 @@ private:
             const bool isLast = i + 1 == story_.events.size() || story_.events[i + 1]->assignment != event.assignment;
             if (isFirst)
                 tellAssignment(*event.file, *event.assignment, "  ");
-            out_ += "      " + (isFirst && isLast ? "" : printable(event.item) + ": ") + deed(event) + '\n';
+            out_ += "      " +
+                    (isFirst && isLast    ? ""
+                     : event.item.empty() ? "(empty): "
+                                          : printable(event.item) + ": ") +
+                    deed(event) + '\n';
         }
         if (story_.events.empty())
             out_ += "  none\n";
@@ -325,9 +329,12 @@ Json jsonUnread(const Story &story)
 {
     Json files = Json::array();
     for (const auto &[file, reason, count, assignments] : story.unread) {
-        Json json{{"path", file->path}, {"reason", reason}, {"count", count}, {"assignments", Json::array()}};
+        Json json{{"path", file->path}};
         if (!file->badLines.empty())
             json["line"] = file->badLines.front().line;
+        json["reason"] = reason;
+        json["count"] = count;
+        json["assignments"] = Json::array();
         for (const auto *assignment : assignments)
             json["assignments"].push_back({{"line", assignment->line}, {"value", assignment->value}});
         files.push_back(std::move(json));
@@ -351,6 +358,8 @@ Json jsonContributions(const std::vector<Contribution> &contributions)
         addText(json, text);
         if (value)
             json["origin"] = originOf(*value);
+        else
+            json["missing"] = true;
         if (circular)
             json["circular"] = true;
         json["references"] = jsonContributions(references);
