@@ -96,6 +96,18 @@ TEST_F(Graph, EndsForChainsOfAnyLength)
     EXPECT_EQ(run("tovrin-config graph a.conf | grep -c -- '->.*color=red'"), (Outcome{0, "50000\n", ""}));
 }
 
+// Drawn by hand, with `dot -Tsvg`, since no build needs Graphviz.
+TEST_F(Graph, IsTheOneInTheDocuments)
+{
+    const auto drawn = run("sed -n 's|<title>\\(.*\\)&#45;&gt;\\(.*\\)</title>|\\1 \\2|p' " TOVRIN_EXAMPLES
+                           "/../docs/example-graph.svg | sort");
+    const auto printed =
+        run("tovrin-config graph " TOVRIN_EXAMPLES
+            "/tovrin.conf.d 2>/dev/null | sed -n 's|^ *\"\\(.*\\)\" -> \"\\(.*\\)\";|\\1 \\2|p' | sort");
+    EXPECT_EQ(drawn, printed);
+    EXPECT_NE(printed.out.find("Config/DataRoot Config/Instance\n"), std::string::npos) << printed;
+}
+
 TEST_F(Graph, PrintsJson)
 {
     write("a.conf", "[G]\na=${config:G/a}${config:No/Such}\n");
