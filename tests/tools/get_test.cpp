@@ -129,6 +129,22 @@ TEST_F(Get, PrintsTheValueOfAFileWithABadLineButFails)
               (Outcome{1, "1\n", "a.conf:3: error: a key without '=', so nothing is read from here on: 'bad'\n"}));
 }
 
+TEST_F(Get, LooksUpTheSettingsOfTheUser)
+{
+    write("a.conf", "[G]\nk=${dconf:/tovrin/key}\n");
+    write("settings/all", "[tovrin]\nkey='of anna'\n");
+    write("commands", "[ \"$TOVRIN_HOST\" = private ] || exit 77\n"
+                      "home=/run/tovrin-host/anna\n"
+                      "echo \"tovrin-anna:x:61001:61001::$home:/bin/sh\" >>/etc/passwd\n"
+                      "mkdir -p $home/.config/dconf && dconf compile $home/.config/dconf/user settings\n"
+                      "tovrin-config get G k --uid 61001 a.conf\n"
+                      "tovrin-config get G k a.conf\n");
+    const auto outcome = run(TOVRIN_SCRIPTS "/private-host sh commands");
+    if (outcome.exitCode == 77)
+        GTEST_SKIP() << "no host of its own can be had here";
+    EXPECT_EQ(outcome, (Outcome{1, "of anna\n", "tovrin-config: [G] k has no value, nor has any key of this group\n"}));
+}
+
 TEST_F(Get, PrintsJson)
 {
     write("a.conf", "[G]\nk=1;2\n");
