@@ -375,6 +375,21 @@ TEST_F(Check, CountsEachVisitOfAValue)
                             "are allowed [over-budget]"});
 }
 
+TEST_F(Check, CountsNoFurtherThanAnybodyWantsToKnow)
+{
+    std::string text = "[G]\nk1=1\n";
+    for (int i = 2; i <= 100; ++i) {
+        const auto reference = "${config:G/k" + std::to_string(i - 1) + "}";
+        text += "k" + std::to_string(i) + "=" + reference + reference + "\n";
+    }
+    write("a.conf", text);
+    const auto outcome = run("tovrin-config check a.conf");
+    EXPECT_NE(outcome.out.find("a.conf:101:6: error: resolves to nothing: at least 1000000000000000000 values would be "
+                               "visited for it, of which 33 are allowed [over-budget]\n95 errors, "),
+              std::string::npos)
+        << outcome;
+}
+
 // Types
 
 TEST_F(Check, FindsValuesThatDoNotConvert)
@@ -527,6 +542,27 @@ TEST_F(Check, CutsLongTextsShort)
     expectFindingsIn("[G]\nk=${config:" + std::string(500, 'x') + "}\n",
                      {"a.conf:2:3: error: \"${config:" + std::string(111, 'x') +
                       "...\" is not of the form \"${config:GROUP/KEY}\" [config-form]"});
+}
+
+// Each of these took minutes, or would, if anything were done for each pair of things.
+TEST_F(Check, TakesNoLongerForHostileFiles)
+{
+    std::string chain = "[G]\n";
+    std::string candidates = "[G]\n";
+    std::string misses = "[G]\n";
+    for (int i = 0; i < 20'000; ++i) {
+        const auto number = std::to_string(i);
+        chain += "k" + number + "=${config:G/k" + std::to_string(i + 1) + "}${config:G/k0}\n";
+        candidates += "k=${env:X}${config:G/m" + number + "}\nm" + number + "=${config:G/k}\n";
+        misses += "key" + number + "=${config:G/kye" + number + "}\n";
+    }
+    std::string cuts = "k=";
+    for (int i = 0; i < 300'000; ++i)
+        cuts += "${x;";
+    for (const auto &text : {chain, candidates, misses, cuts + '\n'}) {
+        write("a.conf", text);
+        EXPECT_NE(run("timeout 20 tovrin-config check a.conf >out; echo $?").out, "124\n") << text.substr(0, 100);
+    }
 }
 
 TEST_F(Check, RejectsAWrongFileOfKeys)

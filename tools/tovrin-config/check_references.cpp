@@ -116,7 +116,8 @@ void checkVisits(const Model &model, Findings &findings)
                   findings);
         else
             addAt(model, item, 0, FindingId::OverBudget,
-                  "resolves to nothing: " + std::to_string(count) + " values would be visited for it, of which " +
+                  std::string("resolves to nothing: ") + (count == Visits::Uncounted ? "at least " : "") +
+                      std::to_string(count) + " values would be visited for it, of which " +
                       std::to_string(Parser::MaximumVisits) + " are allowed",
                   findings);
     });
