@@ -28,7 +28,7 @@ TEST(NearestName, FindsWhatWasMistyped)
 TEST(NearestName, FindsNothingForWhatIsFar)
 {
     const std::vector<std::string_view> names{"dump", "get", "explain"};
-    for (const std::string name : {"", "x", "bump it up", "exp", "pmud", std::string(1000, 'd').c_str()})
+    for (const auto &name : std::vector<std::string>{"", "x", "bump it up", "exp", "pmud", std::string(1000, 'd')})
         EXPECT_EQ(nearestName(name, names), std::nullopt) << name;
     EXPECT_EQ(nearestName("dump", {}), std::nullopt);
 }
