@@ -1,4 +1,5 @@
-# What an installation holds: the library, its headers, what CMake and pkg-config find them by, and the command.
+# What an installation holds: the library, its headers, what CMake and pkg-config find them by, and the command with its
+# manuals.
 include(CMakePackageConfigHelpers)
 
 list(JOIN TOVRIN_HOST_MODULES " " TOVRIN_HOST_MODULES_TEXT)
@@ -8,6 +9,9 @@ install(TARGETS tovrin_config_parser EXPORT TovrinConfigParserTargets DESTINATIO
 install(DIRECTORY include/tovrin DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} FILES_MATCHING PATTERN "*.h")
 if(TARGET tovrin-config)
   install(TARGETS tovrin-config DESTINATION ${CMAKE_INSTALL_BINDIR})
+  install(FILES man/tovrin-config.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+  install(FILES man/tovrin.conf.5 DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
+  install(FILES completion/tovrin-config DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
 endif()
 
 install(EXPORT TovrinConfigParserTargets NAMESPACE Tovrin:: DESTINATION ${package_dir})

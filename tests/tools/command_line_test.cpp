@@ -58,6 +58,20 @@ TEST_F(CommandLine, TakesPathsWithTheNamesOfCommands)
     EXPECT_EQ(run("tovrin-config get get explain dump"), (Outcome{0, "1\n", ""}));
 }
 
+TEST_F(CommandLine, RejectsAFileOfKeysThatIsWrong)
+{
+    folder.write("keys", "[G]\nk=repalce\n");
+    folder.write("a.conf", "[G]\nk=1\n");
+    for (const std::string command : {"dump", "get G k", "explain G k", "graph", "check"}) {
+        EXPECT_EQ(run("tovrin-config " + command + " --keys keys a.conf"),
+                  (Outcome{2, "", "keys:2: error: 'repalce' is not replace or amend; did you mean 'replace'?\n"}))
+            << command;
+        EXPECT_EQ(run("tovrin-config " + command + " --keys missing a.conf"),
+                  (Outcome{2, "", "tovrin-config: cannot read 'missing': No such file or directory\n"}))
+            << command;
+    }
+}
+
 TEST_F(CommandLine, TellsItsVersion)
 {
     EXPECT_EQ(run("tovrin-config --version"), (Outcome{0, "tovrin-config " TOVRIN_VERSION "\n", ""}));

@@ -130,7 +130,7 @@ TEST(SourceFile, SaysWhyItWasNotRead)
              {pipe, State::NotAFile, "not a regular file"},
              {tree.root(), State::NotAFile, "not a regular file"},
              {"/dev/zero", State::NotAFile, "not a regular file"},
-             {endless, State::NotReadable, "longer than 256 MiB"},
+             {endless, State::NotReadable, "longer than 64 MiB"},
              {tree.path("missing"), State::NotFound, "No such file or directory"},
              {loop, State::NotFound, "Too many levels of symbolic links"},
              {"", State::NotFound, "No such file or directory"}}) {

@@ -16,7 +16,14 @@ namespace {
 constexpr std::array Checks{lintFiles,  lintAccess,       lintLines,       lintTemplates,
                             checkNames, checkAssignments, checkReferences, checkTypes};
 
-Findings findingsOf(const CheckOptions &options, const std::vector<KnownKey> &knownKeys)
+bool areErrors(const Findings &findings, bool strict)
+{
+    return findings.count(Severity::Error) > 0 || (strict && findings.count(Severity::Warning) > 0);
+}
+
+} // namespace
+
+Findings findingsIn(const CheckOptions &options, const std::vector<KnownKey> &knownKeys)
 {
     const auto sources = readSources(options.paths);
     const WriteAccess access(sources);
@@ -28,13 +35,6 @@ Findings findingsOf(const CheckOptions &options, const std::vector<KnownKey> &kn
     return findings;
 }
 
-bool areErrors(const Findings &findings, bool strict)
-{
-    return findings.count(Severity::Error) > 0 || (strict && findings.count(Severity::Warning) > 0);
-}
-
-} // namespace
-
 ExitCode check(const CheckOptions &options)
 {
     Problems problems(options);
@@ -45,7 +45,7 @@ ExitCode check(const CheckOptions &options)
             return Misuse;
         knownKeys = std::move(*known);
     }
-    const auto findings = findingsOf(options, knownKeys);
+    const auto findings = findingsIn(options, knownKeys);
     const auto answer = options.format == Format::Json ? findings.json() : findings.text(options.color);
     if (std::fwrite(answer.data(), 1, answer.size(), stdout) != answer.size() || std::fflush(stdout) != 0)
         problems.report("cannot write to standard output: " + std::string(std::strerror(errno)));

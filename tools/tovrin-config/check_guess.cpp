@@ -10,21 +10,42 @@ namespace {
 
 using Parser::ValueStore;
 
-std::uint32_t hashOf(std::string_view group, std::string_view key)
+// Leaves out what people overlook.
+void fold(std::string_view name, std::string &folded)
 {
-    return ValueStore::hashed(group, key).hash;
+    folded.clear();
+    for (const char c : name) {
+        if (!Parser::isSpace(c))
+            folded += Parser::toLower(c);
+    }
+}
+
+std::uint32_t hashOfKey(std::string_view key)
+{
+    return static_cast<std::uint32_t>(ValueStore::hashed(key).hash);
 }
 
 } // namespace
 
-std::string folded(std::string_view name)
+bool lookSame(std::string_view a, std::string_view b)
 {
-    std::string result;
-    for (const char c : name) {
-        if (!Parser::isSpace(c))
-            result += Parser::toLower(c);
+    for (;;) {
+        a = Parser::withoutLeadingSpace(a);
+        b = Parser::withoutLeadingSpace(b);
+        if (a.empty() || b.empty())
+            return a.empty() && b.empty();
+        if (Parser::toLower(a.front()) != Parser::toLower(b.front()))
+            return false;
+        a.remove_prefix(1);
+        b.remove_prefix(1);
     }
-    return result;
+}
+
+std::uint32_t LooksHash::operator()(std::string_view group, std::string_view key)
+{
+    fold(group, group_);
+    fold(key, key_);
+    return ValueStore::hashed(group_, key_).hash;
 }
 
 std::string nameOf(const Model::Entry &entry)
@@ -37,26 +58,22 @@ Guesser::Guesser(const Model &model, std::vector<Model::Number> candidates)
 {
     for (const auto number : candidates_) {
         const auto &entry = model_.entry(number);
-        const auto group = folded(entry.group);
-        const auto key = folded(entry.key);
         const auto looksSame = [&](Model::Number other) {
-            return folded(model_.entry(other).group) == group && folded(model_.entry(other).key) == key;
+            return lookSame(model_.entry(other).group, entry.group) && lookSame(model_.entry(other).key, entry.key);
         };
-        looks_.findOrAdd(hashOf(group, key), looksSame, [number] { return number; });
+        looks_.findOrAdd(hashOfLooks_(entry.group, entry.key), looksSame, [number] { return number; });
         const auto isKey = [&](Model::Number other) { return model_.entry(other).key == entry.key; };
-        keys_.findOrAdd(hashOf("", entry.key), isKey, [number] { return number; });
+        keys_.findOrAdd(hashOfKey(entry.key), isKey, [number] { return number; });
         keysOfGroups_[entry.group].push_back(entry.key);
     }
 }
 
-const Model::Entry *Guesser::sameButForLooks(std::string_view group, std::string_view key) const
+const Model::Entry *Guesser::sameButForLooks(std::string_view group, std::string_view key)
 {
-    const auto foldedGroup = folded(group);
-    const auto foldedKey = folded(key);
     const auto looksSame = [&](Model::Number other) {
-        return folded(model_.entry(other).group) == foldedGroup && folded(model_.entry(other).key) == foldedKey;
+        return lookSame(model_.entry(other).group, group) && lookSame(model_.entry(other).key, key);
     };
-    const auto found = looks_.find(hashOf(foldedGroup, foldedKey), looksSame);
+    const auto found = looks_.find(hashOfLooks_(group, key), looksSame);
     return found == 0 ? nullptr : &model_.entry(found);
 }
 
@@ -86,7 +103,7 @@ const Model::Entry *Guesser::nearestOfGroup(std::string_view group, std::string_
 const Model::Entry *Guesser::sameKeyElsewhere(std::string_view key) const
 {
     const auto isKey = [&](Model::Number other) { return model_.entry(other).key == key; };
-    const auto found = keys_.find(hashOf("", key), isKey);
+    const auto found = keys_.find(hashOfKey(key), isKey);
     return found == 0 ? nullptr : &model_.entry(found);
 }
 

@@ -5,6 +5,7 @@
 #include "hash_index.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
@@ -12,8 +13,18 @@
 
 namespace Tovrin::Tool {
 
-// Without what people overlook: white space, and the difference between capitals and small letters.
-std::string folded(std::string_view name);
+// Whether names differ at most in what people overlook: white space, and capitals in the place of small letters.
+bool lookSame(std::string_view a, std::string_view b);
+
+// Equal for a group and a key that look the same as another group and key.
+class LooksHash {
+public:
+    std::uint32_t operator()(std::string_view group, std::string_view key);
+
+private:
+    std::string group_; // buffers
+    std::string key_;
+};
 
 // "GROUP/KEY", as a reference names it.
 std::string nameOf(const Model::Entry &entry);
@@ -25,7 +36,7 @@ public:
     Guesser(const Model &model, std::vector<Model::Number> candidates);
 
     // The candidate whose name differs in case and white space alone, or null.
-    const Model::Entry *sameButForLooks(std::string_view group, std::string_view key) const;
+    const Model::Entry *sameButForLooks(std::string_view group, std::string_view key);
 
     // The nearest candidate, or null: the above, else a mistyped key of the group, else the key of another group.
     const Model::Entry *nearest(std::string_view group, std::string_view key);
@@ -36,8 +47,9 @@ private:
 
     const Model &model_;
     std::vector<Model::Number> candidates_;
-    Parser::HashIndex looks_; // of the folded names
-    Parser::HashIndex keys_;  // of the keys alone
+    LooksHash hashOfLooks_;
+    Parser::HashIndex looks_;
+    Parser::HashIndex keys_; // of the keys alone
     std::map<std::string_view, std::vector<std::string_view>> keysOfGroups_;
     std::size_t effortLeft_; // a configuration of mistyped names alone must not take for ever
 };

@@ -10,6 +10,7 @@ using Outcome = FilledItem::Outcome;
 Model::Model(const Sources &sources, const std::vector<KnownKey> &knownKeys, const RegisteredTemplates &templates)
     : filler_(templates), anyKnown_(!knownKeys.empty())
 {
+    reserve(sources);
     for (const auto &known : knownKeys)
         entries_[findOrAdd(Parser::ValueStore::hashed(known.group), known.key)].known = &known;
     for (const auto &file : sources.files)
@@ -30,6 +31,15 @@ std::size_t Model::columnOf(const Item &item, std::size_t offset) const
 {
     const auto &assignment = *settings_[item.setting].assignment;
     return assignment.valueColumn() + static_cast<std::size_t>(item.text.data() - assignment.value.data()) + offset;
+}
+
+void Model::reserve(const Sources &sources)
+{
+    std::size_t assignments = 0;
+    for (const auto &file : sources.files)
+        assignments += file.assignments.size();
+    settings_.reserve(assignments + 1);
+    items_.reserve(assignments + 1); // mostly, each has one
 }
 
 void Model::read(const SourceFile &file)

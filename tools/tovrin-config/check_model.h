@@ -108,6 +108,7 @@ public:
 private:
     using GroupName = Parser::ValueStore::GroupName;
 
+    void reserve(const Sources &sources);
     void read(const SourceFile &file);
     void add(const SourceFile &file, const Assignment &assignment, Number entry);
     void addItems(Number setting);

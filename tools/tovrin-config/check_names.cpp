@@ -3,8 +3,6 @@
 
 #include "check_guess.h"
 
-#include <tuple>
-
 namespace Tovrin::Tool {
 
 namespace {
@@ -59,12 +57,11 @@ public:
     // Returns the number of the first name that looks like this one; this one's if there is none.
     Model::Number firstLike(std::string_view scope, std::string_view name, Model::Number number)
     {
-        const auto key = folded(name);
         const auto same = [&](Model::Number other) {
-            return names_[other - 1].scope == scope && names_[other - 1].folded == key;
+            return names_[other - 1].scope == scope && lookSame(names_[other - 1].text, name);
         };
-        const auto found = index_.findOrAdd(Parser::ValueStore::hashed(scope, key).hash, same, [&] {
-            names_.push_back({scope, key, number});
+        const auto found = index_.findOrAdd(hash_(scope, name), same, [&] {
+            names_.push_back({scope, name, number});
             return static_cast<Model::Number>(names_.size());
         });
         return names_[found - 1].number;
@@ -73,9 +70,10 @@ public:
 private:
     struct Name {
         std::string_view scope;
-        std::string folded;
+        std::string_view text;
         Model::Number number;
     };
+    LooksHash hash_;
     std::vector<Name> names_;
     Parser::HashIndex index_;
 };

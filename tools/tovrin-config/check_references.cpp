@@ -6,6 +6,7 @@
 #include "visit_budget.h"
 
 #include <algorithm>
+#include <optional>
 
 namespace Tovrin::Tool {
 
@@ -43,13 +44,15 @@ template <typename Use> void forEachReferrer(const Model &model, Use &&use)
 
 void checkMissing(const Model &model, Findings &findings)
 {
-    Guesser guesser(model, storedEntries(model));
+    std::optional<Guesser> guesser; // mostly, nothing is missing
     forEachReferrer(model, [&](const Item &item) {
         for (const auto &reference : model.references(item)) {
             const auto &entry = model.entry(reference.entry);
             if (entry.stored())
                 continue;
-            const auto *meant = guesser.nearest(entry.group, entry.key);
+            if (!guesser)
+                guesser.emplace(model, storedEntries(model));
+            const auto *meant = guesser->nearest(entry.group, entry.key);
             addAt(model, item, reference.offset, FindingId::MissingEntry,
                   inQuotes(nameOf(entry)) + " has no value: the reference inserts nothing" +
                       (meant ? "; did you mean " + inQuotes(nameOf(*meant)) + "?" : ""),
@@ -113,7 +116,8 @@ void checkVisits(const Model &model, Findings &findings)
                   findings);
         else
             addAt(model, item, 0, FindingId::OverBudget,
-                  "resolves to nothing: " + std::to_string(count) + " values would be visited for it, of which " +
+                  std::string("resolves to nothing: ") + (count == Visits::Uncounted ? "at least " : "") +
+                      std::to_string(count) + " values would be visited for it, of which " +
                       std::to_string(Parser::MaximumVisits) + " are allowed",
                   findings);
     });

@@ -100,7 +100,7 @@ void Visits::addCycle(Model::Number entry)
 
 Visits::Count Visits::sum(Count a, Count b)
 {
-    return a > Endless - b ? Endless : a + b;
+    return a == Endless || b == Endless ? Endless : std::min(a + b, Uncounted);
 }
 
 } // namespace Tovrin::Tool

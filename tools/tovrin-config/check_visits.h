@@ -17,8 +17,8 @@ class Visits {
 public:
     using Count = std::uint64_t;
 
-    // More than that is not counted.
     static constexpr Count Endless = std::numeric_limits<Count>::max();
+    static constexpr Count Uncounted = 1'000'000'000'000'000'000; // or more
 
     struct Cycle {
         std::vector<Model::Number> entries; // each refers to the next, and the last one to the first

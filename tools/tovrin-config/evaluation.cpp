@@ -144,10 +144,9 @@ void Evaluation::apply(const SourceFile &file, const Assignment &assignment, Num
 void Evaluation::applyItem(Event event, Number entry)
 {
     const auto firstReference = references_.size();
-    if (event.item.empty()) {
-        // Nothing is between two ";".
-    } else if (event.item.find('$') == std::string_view::npos) {
-        store(event, entry, Parser::trimmed(event.item), firstReference);
+    if (event.item.find('$') == std::string_view::npos) {
+        if (!event.item.empty())
+            store(event, entry, Parser::trimmed(event.item), firstReference);
     } else if (fill(event)) {
         trimFilled(firstReference);
         store(event, entry, texts_.emplace_back(Parser::trimmed(filled_)), firstReference);

@@ -23,17 +23,34 @@ std::string didYouMean(std::string_view name)
     return nearest ? "; did you mean " + inQuotes(*nearest) + "?" : "";
 }
 
-// The templates of one item.
-class ItemLint {
+// The templates of one value.
+class ValueLint {
 public:
-    ItemLint(const CheckContext &context, const Model::Setting &setting, const Model::Item &item, Findings &findings)
-        : context_(context), setting_(setting), item_(item), findings_(findings)
+    ValueLint(const CheckContext &context, const Model::Setting &setting, Findings &findings)
+        : context_(context), setting_(setting), findings_(findings), lastBrace_(setting.assignment->value.rfind('}'))
     {
     }
 
-    void run()
+    void run(ItemFiller &filler)
     {
-        TemplateScanner scanner(item_.text);
+        for (const auto &item : context_.model.items(setting_)) {
+            item_ = &item;
+            lintPieces();
+            if (item.referenceCount > 0)
+                lintLostSpace(filler);
+        }
+    }
+
+private:
+    void add(FindingId id, std::size_t offset, std::string text)
+    {
+        findings_.add(id, setting_.file->path, setting_.assignment->line, context_.model.columnOf(*item_, offset),
+                      std::move(text));
+    }
+
+    void lintPieces()
+    {
+        TemplateScanner scanner(item_->text);
         for (auto piece = scanner.next(); piece != TemplateScanner::Piece::End; piece = scanner.next()) {
             if (piece == TemplateScanner::Piece::LoneDollar)
                 return add(FindingId::LoneDollar, scanner.offset(), "\"$\" alone: write \"$$\" for a dollar sign");
@@ -44,22 +61,24 @@ public:
         }
     }
 
-private:
-    void add(FindingId id, std::size_t offset, std::string text)
-    {
-        findings_.add(id, setting_.file->path, setting_.assignment->line, context_.model.columnOf(item_, offset),
-                      std::move(text));
-    }
-
+    // A "}" behind the item tells that the template was meant to go on there.
     void lintUnterminated(std::size_t offset)
     {
-        const auto value = setting_.assignment->value;
-        const auto behind = static_cast<std::size_t>(item_.text.data() - value.data()) + item_.text.size();
-        if (value.find('}', behind) != std::string_view::npos)
+        const auto end =
+            static_cast<std::size_t>(item_->text.data() - setting_.assignment->value.data()) + item_->text.size();
+        if (lastBrace_ != std::string_view::npos && lastBrace_ >= end)
             add(FindingId::CutTemplate, offset,
                 "the \";\" inside this template cuts the value in two, and the template with it");
         else
             add(FindingId::UnterminatedTemplate, offset, "\"${\" without a \"}\"");
+    }
+
+    void lintLostSpace(ItemFiller &filler)
+    {
+        const auto offset = referenceBesideLostSpace(filler.fill(item_->text));
+        if (offset != std::string::npos)
+            add(FindingId::TrimmedSpace, offset,
+                "the white space beside this reference is cut off before the reference is filled in");
     }
 
     void lintTemplate(std::string_view contents, std::size_t offset)
@@ -127,20 +146,10 @@ private:
 
     const CheckContext &context_;
     const Model::Setting &setting_;
-    const Model::Item &item_;
     Findings &findings_;
+    std::size_t lastBrace_;
+    const Model::Item *item_ = nullptr; // the one that is looked at
 };
-
-void lintLostSpace(const CheckContext &context, const Model::Setting &setting, const Model::Item &item,
-                   ItemFiller &filler, Findings &findings)
-{
-    const auto offset = referenceBesideLostSpace(filler.fill(item.text));
-    if (offset == std::string::npos)
-        return;
-    findings.add(FindingId::TrimmedSpace, setting.file->path, setting.assignment->line,
-                 context.model.columnOf(item, offset),
-                 "the white space beside this reference is cut off before the reference is filled in");
-}
 
 } // namespace
 
@@ -148,13 +157,8 @@ void lintTemplates(const CheckContext &context, Findings &findings)
 {
     ItemFiller filler(context.options.templates);
     for (const auto &setting : context.model.settings()) {
-        for (const auto &item : context.model.items(setting)) {
-            if (item.text.find('$') == std::string_view::npos)
-                continue;
-            ItemLint(context, setting, item, findings).run();
-            if (item.referenceCount > 0)
-                lintLostSpace(context, setting, item, filler, findings);
-        }
+        if (setting.assignment->value.find('$') != std::string_view::npos)
+            ValueLint(context, setting, findings).run(filler);
     }
 }
 

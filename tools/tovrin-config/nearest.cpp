@@ -25,6 +25,8 @@ std::string essence(std::string_view name)
 // other; counted no further than the limit, beyond which the answer is limit + 1.
 std::size_t distance(std::string_view from, std::string_view to, std::size_t limit)
 {
+    if (std::max(from.size(), to.size()) - std::min(from.size(), to.size()) > limit)
+        return limit + 1;
     std::vector<std::size_t> beforeLast;
     std::vector<std::size_t> last;
     std::vector<std::size_t> row(to.size() + 1);

@@ -22,8 +22,8 @@ namespace {
 namespace fs = std::filesystem;
 
 // Far beyond any configuration; a sparse file of some terabytes must not take the machine's memory.
-constexpr std::size_t LargestFile = 256UL * 1024 * 1024;
-constexpr const char *TooLong = "longer than 256 MiB";
+constexpr std::size_t LargestFile = 64UL * 1024 * 1024;
+constexpr const char *TooLong = "longer than 64 MiB";
 
 class Descriptor {
 public:
@@ -141,6 +141,9 @@ public:
 
     void run()
     {
+        constexpr std::ptrdiff_t Usual = 64; // lines; a file of others grows as it goes
+        const auto lines = std::count(file_.text.begin(), file_.text.end(), '\n') + 1;
+        file_.assignments.reserve(static_cast<std::size_t>(std::min(lines, Usual)));
         for (auto rest = file_.text; !rest.empty();) {
             ++line_;
             const auto kind = Parser::kindOfLine(static_cast<unsigned char>(rest.front()));

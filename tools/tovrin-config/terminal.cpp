@@ -35,7 +35,7 @@ Paint::Paint(Color wanted, int descriptor)
 
 std::string Paint::painted(const char *code, std::string_view text) const
 {
-    if (!wanted_)
+    if (!wanted_ || text.empty())
         return std::string(text);
     return std::string("\033[").append(code).append("m").append(text).append("\033[0m");
 }
