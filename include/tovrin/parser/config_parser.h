@@ -61,7 +61,8 @@ public:
     // Logs a warning if keys are registered and this one is not among them.
     void checkKey(const std::string &group, const std::string &key) const;
 
-    // True once a value was stored in the group, also when all its keys were dropped since.
+    // True once a value was stored in the group, or a list getter asked for a key of it; also when all its keys were
+    // dropped since.
     bool contains(const std::string &group) const;
 
     // True if the key has an entry. Warns as checkKey() does.
@@ -135,7 +136,8 @@ public:
         std::string key() const;
         std::vector<std::string> value() const;
 
-        // Deliberately not const: this is how the exported interface has them.
+        // Deliberately not const: this is how the exported interface has them. So clang warns in C++20
+        // (-Wambiguous-reversed-operator), unless one side of the comparison is const.
         bool operator==(const value_type &other);
         bool operator!=(const value_type &other);
 
