@@ -52,9 +52,10 @@ private:
 
     using Offset = std::uint64_t; // in bytes through all the numbers
 
-    Number allocateInNewBlock(std::size_t size)
+    [[gnu::noinline]] Number allocateInNewBlock(std::size_t size) // rare, and kept out of the way of the rest
     {
-        if (size > WorthItsOwnBlock) { // so that the rest of the present block is not lost
+        // So that the rest of the present block is not lost. The first block is none of these: it holds number 0.
+        if (size > WorthItsOwnBlock && !blocks_.empty()) {
             const auto start = addBlock(size);
             used_ += size;
             return static_cast<Number>(start / Unit);

@@ -4,10 +4,13 @@
 #include "key_file_cursor.h"
 #include "template_filler.h"
 #include "text_scan.h"
+#include "visit_budget.h"
 
 #include <tovrin/parser/config_parser.h>
 #include <tovrin/parser/key_file_parser.h>
 #include <tovrin/parser/logging.h>
+
+#include <stdexcept>
 
 namespace Tovrin::Parser {
 
@@ -33,9 +36,6 @@ Behaviour behaviourOf(std::int32_t registered)
     }
 }
 
-// Values visited while one value is resolved, itself included. It bounds the work, and so ends circles too.
-constexpr std::uint32_t MaximumVisits = 33;
-
 constexpr std::int32_t TooManyVisits = -1;
 
 } // namespace
@@ -50,15 +50,24 @@ public:
 
     bool run()
     {
-        // At an unterminated last line the cursor stays, and this never ends: files have to end with a newline.
-        while (cursor_.seekNext() != KeyFileCursor::Step::End && !file_.error()) {
-            applyEntry();
-            store_.compactIfWasteful(); // for the sake of a key that is set over and over
+        try {
+            readAll();
+        } catch (const std::length_error &) {
+            return false; // a text too long for the store
         }
         return !file_.error();
     }
 
 private:
+    void readAll()
+    {
+        // At an unterminated last line the cursor stays, and this never ends: files have to end with a newline.
+        while (cursor_.seekNext() != KeyFileCursor::Step::End && !file_.error()) {
+            applyEntry();
+            store_.compactIfWasteful(); // for the sake of a key that is set over and over
+        }
+    }
+
     void applyEntry()
     {
         if (cursor_.headerCount() != groupHeaderCount_) {
@@ -100,8 +109,8 @@ private:
             store_.append(entry, text, references);
     }
 
-    // Fills in the templates of an item, into filler_ and references_.
-    bool substitute(std::string_view item)
+    // Fills in the templates of an item, into filler_ and references_. Kept out of line: most items have none.
+    [[gnu::noinline]] bool substitute(std::string_view item)
     {
         references_.clear();
         const bool filled = filler_.fill(item, [this](const auto &group, const auto &key, auto position) {
@@ -170,7 +179,7 @@ bool ConfigParserPrivate::readConfig(const std::string &path)
     return loaded;
 }
 
-void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, std::string &out) const
+template <typename Text> void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, Text &out) const
 {
     std::int32_t counter = 0;
     out.clear();
@@ -180,6 +189,9 @@ void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, std::stri
     logError(lConfigParser) << "Max depth reached, possibly circular reference.";
     out.clear();
 }
+
+template void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, std::string &out) const;
+template void ConfigParserPrivate::resolveValue(const ValueStore::Value &value, std::pmr::string &out) const;
 
 void ConfigParserPrivate::resolvedText(const std::string &group, const std::string &key, std::string &out) const
 {
@@ -195,7 +207,7 @@ void ConfigParserPrivate::resolvedText(const std::string &group, const std::stri
 void ConfigParserPrivate::resolvedTexts(const std::string &group, const std::string &key, std::vector<std::string> &out)
 {
     const auto &entry = listEntry(group, key);
-    out.reserve(out.size() + valueCount(entry));
+    out.reserve(out.size() + store_.valueCount(entry));
     forEachResolved(entry, [&out](std::string_view text) { out.emplace_back(text); });
 }
 
@@ -218,14 +230,6 @@ const ValueStore::Value *ConfigParserPrivate::findLastValue(const std::string &g
     return entry ? store_.lastValue(*entry) : nullptr;
 }
 
-std::size_t ConfigParserPrivate::valueCount(const ValueStore::Entry &entry) const
-{
-    std::size_t count = 0;
-    for (const auto *value = store_.firstValue(entry); value; value = store_.valueAfter(entry, *value))
-        ++count;
-    return count;
-}
-
 // What reading does with an entry, null standing for one that nothing has named yet. A parser without any registered
 // key accepts all of them.
 ValueStore::Behaviour ConfigParserPrivate::getReplacementBehaviour(const ValueStore::Entry *entry) const
@@ -245,8 +249,8 @@ void ConfigParserPrivate::warnUnlessRegistered(const ValueStore::Entry *entry, s
 
 // Appends the resolved text of a value. The counter runs over all values visited, whatever their nesting; at its end it
 // becomes TooManyVisits, and what was appended so far is worth nothing.
-void ConfigParserPrivate::resolveValueDepth(const ValueStore::Value &value, std::string &out,
-                                            std::int32_t &counter) const
+template <typename Text>
+void ConfigParserPrivate::resolveValueDepth(const ValueStore::Value &value, Text &out, std::int32_t &counter) const
 {
     if (static_cast<std::uint32_t>(counter) >= MaximumVisits) {
         counter = TooManyVisits;

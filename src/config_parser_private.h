@@ -7,7 +7,9 @@
 
 #include <tovrin/parser/substitutor.h>
 
+#include <array>
 #include <cstdint>
+#include <memory_resource>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,8 +30,9 @@ public:
 
     bool readConfig(const std::string &path);
 
-    // Stores the resolved text of a value; an empty one, with a logged error, if that takes too many visits.
-    void resolveValue(const ValueStore::Value &value, std::string &out) const;
+    // Stores the resolved text of a value; an empty one, with a logged error, if that takes too many visits. For
+    // std::string and std::pmr::string.
+    template <typename Text> void resolveValue(const ValueStore::Value &value, Text &out) const;
 
     // The text of one value; nothing is stored if there is none.
     void resolvedText(const std::string &group, const std::string &key, std::string &out) const;
@@ -43,13 +46,10 @@ public:
             *ok = value != nullptr;
         if (!value)
             return;
-        if (value->isPlain()) {
+        if (value->isPlain())
             out = converter(value->text(), ok);
-        } else {
-            std::string text;
-            resolveValue(*value, text);
-            out = converter(text, ok);
-        }
+        else
+            withResolved(*value, [&](std::string_view text) { out = converter(text, ok); });
     }
 
     // The texts of all values of a key, appended to the list.
@@ -68,7 +68,7 @@ public:
             allConverted = allConverted && converted;
         };
         const auto &entry = listEntry(group, key);
-        out.reserve(out.size() + valueCount(entry));
+        out.reserve(out.size() + store_.valueCount(entry));
         forEachResolved(entry, append);
         if (ok)
             *ok = allConverted;
@@ -77,16 +77,16 @@ public:
     // Calls use(text) with each value of the entry, in order. One with references that resolves to nothing is left out.
     template <typename Use> void forEachResolved(const ValueStore::Entry &entry, Use &&use) const
     {
-        std::string text;
-        for (const auto *value = store_.firstValue(entry); value; value = store_.valueAfter(entry, *value)) {
-            if (value->isPlain()) {
-                use(value->text());
-                continue;
+        store_.forEachValue(entry, [&](const ValueStore::Value &value) {
+            if (value.isPlain()) {
+                use(value.text());
+                return;
             }
-            resolveValue(*value, text);
-            if (!text.empty())
-                use(std::string_view(text));
-        }
+            withResolved(value, [&](std::string_view text) {
+                if (!text.empty())
+                    use(text);
+            });
+        });
     }
 
     const ValueStore &store() const { return store_; }
@@ -94,14 +94,25 @@ public:
 private:
     class FileReading;
 
+    // Calls use(text) with the resolved text of a value. Kept out of line: its room would cost plain values time.
+    template <typename Use> [[gnu::noinline]] void withResolved(const ValueStore::Value &value, Use &&use) const
+    {
+        std::array<char, 512> room; // only an unusually long text takes memory from the heap
+        std::pmr::monotonic_buffer_resource memory(room.data(), room.size());
+        std::pmr::string text(&memory);
+        text.reserve(room.size() - 1);
+        resolveValue(value, text);
+        use(std::string_view(text));
+    }
+
     const ValueStore::Entry *find(const std::string &group, const std::string &key) const;
     ValueStore::Entry &listEntry(const std::string &group, const std::string &key);
     const ValueStore::Value *findLastValue(const std::string &group, const std::string &key) const;
-    std::size_t valueCount(const ValueStore::Entry &entry) const;
 
     ValueStore::Behaviour getReplacementBehaviour(const ValueStore::Entry *entry) const;
     void warnUnlessRegistered(const ValueStore::Entry *entry, std::string_view group, std::string_view key) const;
-    void resolveValueDepth(const ValueStore::Value &value, std::string &out, std::int32_t &counter) const;
+    template <typename Text>
+    void resolveValueDepth(const ValueStore::Value &value, Text &out, std::int32_t &counter) const;
 
     ValueStore store_;
     Substitutor substitutor_;

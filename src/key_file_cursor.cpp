@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "key_file_cursor.h"
 
+#include "key_file_line.h"
+
 #include <tovrin/parser/key_file_parser.h>
 #include <tovrin/parser/logging.h>
-
-#include <algorithm>
-#include <array>
 
 namespace Tovrin::Parser {
 
@@ -14,46 +13,23 @@ using Logging::logError;
 
 namespace {
 
-constexpr std::string_view ValidNameCharacters = " -.0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz";
-
-// A table, since the check is made for every character of every key.
-constexpr auto NameCharacterTable = [] {
-    std::array<bool, 256> table{};
-    for (const char c : ValidNameCharacters)
-        table[static_cast<unsigned char>(c)] = true;
-    return table;
-}();
-
-constexpr bool isNameCharacter(char c)
+// How the library's record of a bad line begins.
+constexpr const char *recordOf(LineProblem problem)
 {
-    return NameCharacterTable[static_cast<unsigned char>(c)];
-}
-
-// How much of the text is a valid name.
-std::size_t validNameLength(std::string_view text)
-{
-    return static_cast<std::size_t>(std::find_if_not(text.begin(), text.end(), isNameCharacter) - text.begin());
-}
-
-enum class LineKind { End, Skipped, Group, Key, Other };
-
-// The first character alone decides; -1 stands for none.
-LineKind kindOf(int first)
-{
-    switch (first) {
-    case -1:
-        return LineKind::End;
-    case '\n':
-    case '#':
-    case ';':
-        return LineKind::Skipped;
-    case '[':
-        return LineKind::Group;
-    case ' ':
-        return LineKind::Other; // fine inside a name, but not at the start of a line
-    default:
-        return isNameCharacter(static_cast<char>(first)) ? LineKind::Key : LineKind::Other;
+    switch (problem) {
+    case LineProblem::NoGroup:
+        return "Could not parse line as group in ";
+    case LineProblem::InvalidGroup:
+        return "Group name contains invalid characters in ";
+    case LineProblem::NoKey:
+        return "Could not parse line as key in ";
+    case LineProblem::InvalidKey:
+        return "Key contains invalid characters in ";
+    case LineProblem::None:
+    case LineProblem::Unexpected:
+        break;
     }
+    return "Unexpected line in ";
 }
 
 } // namespace
@@ -67,7 +43,7 @@ KeyFileCursor::Step KeyFileCursor::seekNext()
     while (reader_.good()) {
         if (reader_.nothingBuffered())
             keepEntry();
-        switch (kindOf(reader_.peek())) {
+        switch (kindOfLine(reader_.peek())) {
         case LineKind::Skipped:
             skipNextLine();
             break;
@@ -78,11 +54,11 @@ KeyFileCursor::Step KeyFileCursor::seekNext()
         case LineKind::Key:
             if (parseAndSetKeyAndValue(readNextLine()))
                 return Step::Entry;
-            key_ = value_ = {}; // the buffer that they were in may be gone
+            forgetEntry(); // the buffer that the last one was in may be gone
             break;
         case LineKind::Other:
             keepEntryIfLineNeedsRead();
-            reportBadLine("Unexpected line in ", readNextLine());
+            reportBadLine(LineProblem::Unexpected, readNextLine());
             break;
         case LineKind::End:
             if (reader_.metEnd())
@@ -109,40 +85,49 @@ std::string_view KeyFileCursor::readNextLine()
 
 void KeyFileCursor::parseAndSetGroup(std::string_view line)
 {
-    if (line.size() < 2 || line.front() != '[' || line.back() != ']') {
-        reportBadLine("Could not parse line as group in ", line);
+    const auto parsed = parseGroupLine(line);
+    if (parsed.problem != LineProblem::None) {
+        reportBadLine(parsed.problem, line);
         return;
     }
-    const std::string_view name = line.substr(1, line.size() - 2);
-    if (validNameLength(name) != name.size()) {
-        reportBadLine("Group name contains invalid characters in ", line);
-        return;
-    }
-    group_ = name;
+    group_ = parsed.name;
     ++headerCount_;
 }
 
 bool KeyFileCursor::parseAndSetKeyAndValue(std::string_view line)
 {
-    const auto separator = validNameLength(line); // since "=" is in no name, the first one ends a valid key
-    if (separator == line.size() || line[separator] != '=') {
-        const bool isPair = line.find('=') != std::string_view::npos;
-        reportBadLine(isPair ? "Key contains invalid characters in " : "Could not parse line as key in ", line);
+    const auto parsed = parseKeyLine(line);
+    if (parsed.problem != LineProblem::None) {
+        reportBadLine(parsed.problem, line);
         return false;
     }
-    key_ = line.substr(0, separator);
-    value_ = line.substr(separator + 1);
+    setEntry(parsed.key, parsed.value);
     return true;
 }
 
+void KeyFileCursor::setEntry(std::string_view key, std::string_view value)
+{
+    key_ = key;
+    value_ = value;
+    keptBuffer_.reset();
+    entryIsKept_ = false;
+}
+
+// Makes key and value independent of the buffer that they were read into. A long entry takes that buffer along: a copy
+// would need as much memory again.
 void KeyFileCursor::keepEntry()
 {
-    if (key_.data() == kept_.data())
+    if (entryIsKept_)
         return;
     const std::size_t keyLength = key_.size();
-    kept_.assign(key_).append(value_);
-    key_ = std::string_view(kept_).substr(0, keyLength);
-    value_ = std::string_view(kept_).substr(keyLength);
+    if (keyLength + value_.size() > LineReader::InitialCapacity) {
+        keptBuffer_ = reader_.handOverBuffer();
+    } else {
+        kept_.assign(key_).append(value_);
+        key_ = std::string_view(kept_).substr(0, keyLength);
+        value_ = std::string_view(kept_).substr(keyLength);
+    }
+    entryIsKept_ = true;
 }
 
 void KeyFileCursor::skipNextLine()
@@ -167,10 +152,10 @@ void KeyFileCursor::beginLine()
     ++lineNumber_;
 }
 
-void KeyFileCursor::reportBadLine(const char *what, std::string_view line)
+void KeyFileCursor::reportBadLine(LineProblem problem, std::string_view line)
 {
     // One raw byte on purpose, not digits: the bytes of a record are part of the interface.
-    logError(lConfigParser) << what << parser_.path_ << " (" << static_cast<char>(lineNumber_) << "): '"
+    logError(lConfigParser) << recordOf(problem) << parser_.path_ << " (" << static_cast<char>(lineNumber_) << "): '"
                             << std::string(line) << "'";
     parser_.error_ = true;
 }

@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// The one place that knows what a line of a key file means. KeyFileParser::iterator shows it to programs, copying each
-// entry; the store walks it directly, so that the text of an entry is copied only into the store.
+// The walk over a key file, line by line. KeyFileParser::iterator shows it to programs, copying each entry; the store
+// walks it directly, so that the text of an entry is copied only into the store.
 
 #include "line_reader.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
 namespace Tovrin::Parser {
 
 class KeyFileParser;
+enum class LineProblem;
 
 class KeyFileCursor {
 public:
@@ -42,14 +44,16 @@ public:
     void parseAndSetGroup(std::string_view line);
     bool parseAndSetKeyAndValue(std::string_view line);
 
-    // Makes key and value independent of the buffer that they were read into.
-    void keepEntry();
+    // For a caller who has copied the entry: what was read may go. Needed after a line of the caller's own.
+    void forgetEntry() { setEntry({}, {}); }
 
 private:
+    void setEntry(std::string_view key, std::string_view value);
+    void keepEntry();
     void skipNextLine();
     void keepEntryIfLineNeedsRead();
     void beginLine();
-    void reportBadLine(const char *what, std::string_view line);
+    void reportBadLine(LineProblem problem, std::string_view line);
 
     KeyFileParser &parser_;
     LineReader reader_;
@@ -59,7 +63,9 @@ private:
     std::string group_;
     std::string_view key_;
     std::string_view value_;
-    std::string kept_; // holds key and value once they had to leave the buffer
+    bool entryIsKept_ = false;
+    std::string kept_;                   // holds key and value once they had to leave the reader's buffer; or else
+    std::unique_ptr<char[]> keptBuffer_; // that buffer
 };
 
 } // namespace Tovrin::Parser

@@ -5,6 +5,17 @@
 
 namespace Tovrin::Parser {
 
+namespace {
+
+void takeEntry(KeyFileCursor &cursor, KeyFileParser::iterator::data &entry)
+{
+    entry.key = cursor.key();
+    entry.value = cursor.value();
+    cursor.forgetEntry();
+}
+
+} // namespace
+
 KeyFileParser::KeyFileParser(const std::string &path) : path_(path)
 {
 }
@@ -68,12 +79,10 @@ void KeyFileParser::iterator::seekNext()
     const auto step = cursor_->seekNext();
     if (cursor_->headerCount() != headersBefore)
         entry_.group = cursor_->group();
-    if (step == KeyFileCursor::Step::Entry) {
-        entry_.key = cursor_->key();
-        entry_.value = cursor_->value();
-    } else if (step == KeyFileCursor::Step::End) {
+    if (step == KeyFileCursor::Step::Entry)
+        takeEntry(*cursor_, entry_);
+    else if (step == KeyFileCursor::Step::End)
         cursor_->seekEnd();
-    }
 }
 
 void KeyFileParser::iterator::seekEnd()
@@ -83,7 +92,6 @@ void KeyFileParser::iterator::seekEnd()
 
 std::string KeyFileParser::iterator::readNextLine()
 {
-    cursor_->keepEntry();
     return std::string(cursor_->readNextLine());
 }
 
@@ -99,9 +107,7 @@ bool KeyFileParser::iterator::parseAndSetKeyAndValue(const std::string &line)
 {
     if (!cursor_->parseAndSetKeyAndValue(line))
         return false;
-    cursor_->keepEntry(); // the line is the caller's
-    entry_.key = cursor_->key();
-    entry_.value = cursor_->value();
+    takeEntry(*cursor_, entry_);
     return true;
 }
 

@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "line_reader.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace Tovrin::Parser {
 
@@ -22,13 +24,6 @@ LineReader::~LineReader()
 bool LineReader::nextLineNeedsRead() const
 {
     return buffered().find('\n') == std::string_view::npos;
-}
-
-int LineReader::peek()
-{
-    if (begin_ == end_ && good())
-        fill();
-    return begin_ == end_ ? -1 : static_cast<unsigned char>(buffer_[begin_]);
 }
 
 std::string_view LineReader::readLine()
@@ -58,21 +53,6 @@ void LineReader::skipLine()
     failed_ = failed_ || !any;
 }
 
-bool LineReader::skipBufferedLine()
-{
-    const auto newline = buffered().find('\n');
-    if (newline == std::string_view::npos)
-        return false;
-    begin_ += newline + 1;
-    return true;
-}
-
-std::int64_t LineReader::tell()
-{
-    failed_ = failed_ || metEnd_;
-    return failed_ ? -1 : bufferOffset_ + static_cast<std::int64_t>(begin_);
-}
-
 void LineReader::seekEnd()
 {
     metEnd_ = false;
@@ -99,23 +79,37 @@ void LineReader::fill()
         failed_ = true;
 }
 
+std::unique_ptr<char[]> LineReader::handOverBuffer()
+{
+    return exchangeBuffer(std::max(InitialCapacity, end_ - begin_));
+}
+
 // Moves what is left to the front. The buffer grows only when a single line fills it.
 void LineReader::makeRoom()
 {
-    const std::size_t left = end_ - begin_;
-    if (left < capacity_) {
-        std::memmove(buffer_.get(), buffer_.get() + begin_, left);
+    if (end_ - begin_ < capacity_) {
+        std::memmove(buffer_.get(), buffer_.get() + begin_, end_ - begin_);
+        movedToFront();
     } else {
-        const std::size_t capacity = capacity_ == 0 ? InitialCapacity : capacity_ * 2;
-        auto larger = std::make_unique_for_overwrite<char[]>(capacity);
-        if (left > 0)
-            std::memcpy(larger.get(), buffer_.get() + begin_, left);
-        buffer_ = std::move(larger);
-        capacity_ = capacity;
+        exchangeBuffer(capacity_ == 0 ? InitialCapacity : capacity_ * 2);
     }
+}
+
+// Goes on in a new buffer with what is left; returns the former one.
+std::unique_ptr<char[]> LineReader::exchangeBuffer(std::size_t capacity)
+{
+    auto next = std::make_unique_for_overwrite<char[]>(capacity);
+    std::copy(buffer_.get() + begin_, buffer_.get() + end_, next.get());
+    movedToFront();
+    capacity_ = capacity;
+    return std::exchange(buffer_, std::move(next));
+}
+
+void LineReader::movedToFront()
+{
     bufferOffset_ += static_cast<std::int64_t>(begin_);
+    end_ -= begin_;
     begin_ = 0;
-    end_ = left;
 }
 
 std::string_view LineReader::take(std::size_t length, std::size_t consumed)

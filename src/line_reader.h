@@ -17,6 +17,8 @@ namespace Tovrin::Parser {
 
 class LineReader {
 public:
+    static constexpr std::size_t InitialCapacity = 64 * 1024; // of the buffer, which holds at least a line
+
     // Opens the file. A reader that could not open it has failed from the start.
     explicit LineReader(const std::string &path);
     ~LineReader();
@@ -33,7 +35,12 @@ public:
     bool nextLineNeedsRead() const;
 
     // The next byte, or -1 at the end of the file and after a failure.
-    int peek();
+    int peek()
+    {
+        if (nothingBuffered() && good())
+            fill();
+        return nothingBuffered() ? -1 : static_cast<unsigned char>(buffer_[begin_]);
+    }
 
     // The line up to the next newline, without it; at the end of the file or at a failure what there is. Valid until
     // the next read from the file.
@@ -43,10 +50,24 @@ public:
     void skipLine();
 
     // The same, but only if it needs no read from the file; otherwise does nothing and returns false.
-    bool skipBufferedLine();
+    bool skipBufferedLine()
+    {
+        const auto newline = buffered().find('\n');
+        if (newline == std::string_view::npos)
+            return false;
+        begin_ += newline + 1;
+        return true;
+    }
 
     // The offset of the next byte, -1 after a failure. As with a stream, asking after the end was met is a failure.
-    std::int64_t tell();
+    std::int64_t tell()
+    {
+        failed_ = failed_ || metEnd_;
+        return failed_ ? -1 : bufferOffset_ + static_cast<std::int64_t>(begin_);
+    }
+
+    // Gives the buffer away, which keeps the lines in it valid. What was not taken off yet goes on in a new one.
+    std::unique_ptr<char[]> handOverBuffer();
 
     // Goes to the present end of the file, whether or not it was met before; fails for what cannot seek.
     void seekEnd();
@@ -55,9 +76,9 @@ private:
     std::string_view buffered() const { return {buffer_.get() + begin_, end_ - begin_}; }
     void fill();
     void makeRoom();
+    std::unique_ptr<char[]> exchangeBuffer(std::size_t capacity);
+    void movedToFront();
     std::string_view take(std::size_t length, std::size_t consumed);
-
-    static constexpr std::size_t InitialCapacity = 64 * 1024;
 
     int descriptor_;
     bool metEnd_ = false;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "template_sources.h"
 
-#include "text_scan.h"
+#include "template_contents.h"
 
 #include <tovrin/parser/helpers.h>
 #include <tovrin/parser/logging.h>
@@ -47,18 +47,15 @@ ResolveResult textUnlessEmpty(std::string text, const char *where, Lookup &looku
     return ResolvedToText;
 }
 
-// Group and key are exactly two parts between slashes; one slash at the very end is let pass.
 ResolveResult resolveConfig(Lookup &lookup)
 {
-    auto rest = lookup.argument;
-    const auto group = takeUntil(rest, '/');
-    const auto key = takeUntil(rest, '/');
-    if (group.empty() || key.empty() || !rest.empty()) {
+    const auto names = parseConfigArgument(lookup.argument);
+    if (!names) {
         logError(lConfigParser) << "Invalid format '" << lookup.argumentText() << "' for conf template '"
                                 << lookup.nameText() << "'";
         return ResolveFailed;
     }
-    lookup.reference = {group, key};
+    lookup.reference = *names;
     lookup.out.clear();
     return ResolvedToReference;
 }
@@ -68,16 +65,15 @@ ResolveResult resolveEnv(Lookup &lookup)
     return textUnlessEmpty(Helpers::getenv2(lookup.argumentText().c_str(), ""), "environment variables", lookup);
 }
 
-// The path ends at the first ":"; the variable name keeps any further one.
 ResolveResult resolveEnvFile(Lookup &lookup)
 {
-    const auto separator = lookup.argument.find(':');
-    if (separator == std::string_view::npos) {
+    const auto names = parseEnvFileArgument(lookup.argument);
+    if (!names) {
         logError(lConfigParser) << "Invalid envfile definition '" << lookup.nameText() << "'";
         return ResolveFailed;
     }
-    const std::string path(lookup.argument.substr(0, separator));
-    const std::string variable(lookup.argument.substr(separator + 1));
+    const std::string path(names->first);
+    const std::string variable(names->second);
     auto value = Helpers::readEnvFile(path, variable, false);
     if (!value)
         return failToRead(variable, "environment file '" + path + "'", lookup);
@@ -119,15 +115,9 @@ ResolveResult resolveSystem(Lookup &lookup)
     return failToResolve("from system", lookup);
 }
 
-struct Source {
-    std::string_view name;
-    ResolveResult (*resolve)(Lookup &);
-};
-
-constexpr std::array Sources{
-    Source{"config", resolveConfig},     Source{"env", resolveEnv},     Source{"envfile", resolveEnvFile},
-    Source{"realpath", resolveRealpath}, Source{"dconf", resolveDconf}, Source{"prop", resolveProp},
-    Source{"system", resolveSystem},
+// By the numbers of the sources.
+constexpr std::array<ResolveResult (*)(Lookup &), TemplateSourceNames.size()> Sources{
+    resolveConfig, resolveEnv, resolveEnvFile, resolveRealpath, resolveDconf, resolveProp, resolveSystem,
 };
 
 } // namespace
@@ -145,8 +135,12 @@ int Substitutor::resolve(const std::string &name, std::string &out,
 int Substitutor::resolveView(std::string_view name, std::string &out,
                              std::pair<std::string_view, std::string_view> &reference) const
 {
-    const auto separator = name.find(':');
-    if (separator == std::string_view::npos) {
+    const auto [source, argument] = parseTemplateContents(name);
+    if (source == TemplateSource::Unknown) {
+        logError(lConfigParser) << "Invalid template '" << std::string(name) << "'";
+        return ResolveFailed;
+    }
+    if (source == TemplateSource::Registered) {
         const auto found = templates_.find(std::string(name));
         if (found == templates_.end()) {
             logError(lConfigParser) << "No such template '" << std::string(name) << "'";
@@ -155,14 +149,8 @@ int Substitutor::resolveView(std::string_view name, std::string &out,
         out = found->second;
         return ResolvedToText;
     }
-    for (const Source &source : Sources) {
-        if (name.substr(0, separator) == source.name) {
-            Lookup lookup{name, name.substr(separator + 1), userId_, out, reference};
-            return source.resolve(lookup);
-        }
-    }
-    logError(lConfigParser) << "Invalid template '" << std::string(name) << "'";
-    return ResolveFailed;
+    Lookup lookup{name, argument, userId_, out, reference};
+    return Sources[static_cast<std::size_t>(source)](lookup);
 }
 
 } // namespace Tovrin::Parser

@@ -94,25 +94,24 @@ ValueStore::Reference ValueStore::referenceTo(const EntryName &name, std::uint32
     return {findOrAddNumber(name), position};
 }
 
-const ValueStore::Entry &ValueStore::entryOf(const Reference &reference) const
-{
-    return *at<Entry>(reference.entry);
-}
-
 void ValueStore::append(Entry &entry, std::string_view text, std::span<const Reference> references)
 {
-    const auto added = makeValue(text, references);
+    auto &added = makeValue(text, references);
+    const auto number = added.next_;
     if (entry.hasValues())
-        std::swap(at<Value>(added)->next_, at<Value>(entry.lastValue_)->next_); // joins two rings
-    entry.lastValue_ = added;
+        std::swap(added.next_, at<Value>(entry.lastValue_)->next_); // joins two rings
+    entry.lastValue_ = number;
+    if (entry.valueCount_ < Entry::MaximumCount)
+        ++entry.valueCount_;
     makePresent(entry);
 }
 
 void ValueStore::replace(Entry &entry, std::string_view text, std::span<const Reference> references)
 {
-    const auto added = makeValue(text, references);
+    const auto &added = makeValue(text, references);
     wasteValues(entry);
-    entry.lastValue_ = added;
+    entry.lastValue_ = added.next_;
+    entry.valueCount_ = 1;
     makePresent(entry);
 }
 
@@ -120,53 +119,25 @@ void ValueStore::drop(Entry &entry)
 {
     wasteValues(entry);
     entry.lastValue_ = 0;
+    entry.valueCount_ = 0;
     entry.present_ = false;
 }
 
 void ValueStore::makePresent(Entry &entry)
 {
+    if (entry.present_)
+        return;
     entry.present_ = true;
     at<Group>(entry.group_)->present_ = true;
 }
 
-const ValueStore::Group *ValueStore::firstGroup() const
+std::size_t ValueStore::valueCount(const Entry &entry) const
 {
-    return at<Group>(firstGroup_);
-}
-
-const ValueStore::Group *ValueStore::groupAfter(const Group &group) const
-{
-    return at<Group>(group.next_);
-}
-
-const ValueStore::Group &ValueStore::groupOf(const Entry &entry) const
-{
-    return *at<Group>(entry.group_);
-}
-
-const ValueStore::Entry *ValueStore::firstEntry(const Group &group) const
-{
-    return at<Entry>(group.firstEntry_);
-}
-
-const ValueStore::Entry *ValueStore::entryAfter(const Entry &entry) const
-{
-    return at<Entry>(entry.next_);
-}
-
-const ValueStore::Value *ValueStore::firstValue(const Entry &entry) const
-{
-    return entry.hasValues() ? at<Value>(lastValue(entry)->next_) : nullptr;
-}
-
-const ValueStore::Value *ValueStore::lastValue(const Entry &entry) const
-{
-    return at<Value>(entry.lastValue_);
-}
-
-const ValueStore::Value *ValueStore::valueAfter(const Entry &entry, const Value &value) const
-{
-    return &value == lastValue(entry) ? nullptr : at<Value>(value.next_);
+    if (entry.valueCount_ < Entry::MaximumCount)
+        return entry.valueCount_;
+    std::size_t count = 0;
+    forEachValue(entry, [&count](const Value &) { ++count; });
+    return count;
 }
 
 void ValueStore::compactIfWasteful()
@@ -180,11 +151,6 @@ void ValueStore::compactIfWasteful()
     } catch (const std::bad_alloc &) {
         wasted_ = 0; // as large as it is, until as much again is wasted: not a new attempt with every value
     }
-}
-
-template <typename Record> Record *ValueStore::at(Arena::Number number) const
-{
-    return number == 0 ? nullptr : reinterpret_cast<Record *>(arena_.at(number));
 }
 
 template <typename Record> Arena::Number ValueStore::makeRecord(std::string_view text)
@@ -246,20 +212,20 @@ Arena::Number ValueStore::makeGroup(const GroupName &name)
     return number;
 }
 
-// A ring of its own: the value is its own successor.
-Arena::Number ValueStore::makeValue(std::string_view text, std::span<const Reference> references)
+// A ring of its own: the value is its own successor, which tells its number too.
+ValueStore::Value &ValueStore::makeValue(std::string_view text, std::span<const Reference> references)
 {
     const auto length = checkedLength(text);
     const auto block = arena_.allocate(references.size_bytes() + sizeof(Value) + text.size());
+    auto *bytes = arena_.at(block);
     if (!references.empty())
-        std::memcpy(arena_.at(block), references.data(), references.size_bytes());
-    const auto number = static_cast<Arena::Number>(block + references.size_bytes() / Arena::Unit);
-    auto *value = new (arena_.at(block) + references.size_bytes()) Value;
-    value->next_ = number;
+        std::memcpy(bytes, references.data(), references.size_bytes());
+    auto *value = new (bytes + references.size_bytes()) Value;
+    value->next_ = static_cast<Arena::Number>(block + references.size_bytes() / Arena::Unit);
     value->length_ = length;
     value->referenceCount_ = static_cast<std::uint32_t>(references.size());
     text.copy(reinterpret_cast<char *>(value + 1), text.size());
-    return number;
+    return *value;
 }
 
 void ValueStore::copyEntry(const ValueStore &other, const Entry &entry, Entry &copy)
@@ -268,20 +234,21 @@ void ValueStore::copyEntry(const ValueStore &other, const Entry &entry, Entry &c
         registerEntry(copy, entry.behaviour());
     copy.present_ = entry.present();
     std::vector<Reference> references;
-    for (const auto *value = other.firstValue(entry); value; value = other.valueAfter(entry, *value)) {
+    other.forEachValue(entry, [&](const Value &value) {
         references.clear();
-        for (const auto &reference : value->references()) {
+        for (const auto &reference : value.references()) {
             const auto &target = other.entryOf(reference);
             references.push_back(referenceTo(hashed(other.groupOf(target).name(), target.key()), reference.position));
         }
-        append(copy, value->text(), references);
-    }
+        append(copy, value.text(), references);
+    });
 }
 
 void ValueStore::wasteValues(const Entry &entry)
 {
-    for (const auto *value = firstValue(entry); value; value = valueAfter(entry, *value))
-        wasted_ += Arena::roundedUp(value->references().size_bytes() + sizeof(Value) + value->length_);
+    forEachValue(entry, [this](const Value &value) {
+        wasted_ += Arena::roundedUp(value.references().size_bytes() + sizeof(Value) + value.length_);
+    });
 }
 
 void ValueStore::swap(ValueStore &other)

@@ -8,8 +8,7 @@
 //
 // - A record never moves, except in compactIfWasteful(), which ends the life of every pointer that was handed out.
 // - An entry exists as soon as anything names it: a registration, a reference, a value. It is *present*, and part of
-// what
-//   programs see, only from its first value until it is dropped; its group is present from then on for ever.
+//   what programs see, only from its first value until it is dropped; its group is present from then on for ever.
 // - An entry's values form a ring: the last one names the first. That is one number for both ends.
 // - Groups and entries are linked in the order in which they came to be, which makes iteration repeatable.
 // - A value's references stand before its record, in the order of their positions, none of which is past the text.
@@ -93,9 +92,11 @@ public:
     const Group &groupOf(const Entry &entry) const;
     const Entry *firstEntry(const Group &group) const;
     const Entry *entryAfter(const Entry &entry) const;
-    const Value *firstValue(const Entry &entry) const;
     const Value *lastValue(const Entry &entry) const;
-    const Value *valueAfter(const Entry &entry, const Value &value) const;
+    std::size_t valueCount(const Entry &entry) const;
+
+    // Calls use(value) with each value of the entry, in order.
+    template <typename Use> void forEachValue(const Entry &entry, Use &&use) const;
 
     // Replaced and dropped values stay in the arena. Rebuilds the store without them once they are most of it, which
     // ends the life of all pointers into the store. Cheap to ask for after every change.
@@ -105,7 +106,10 @@ public:
     std::size_t used() const { return arena_.used(); }
 
 private:
-    template <typename Record> Record *at(Arena::Number number) const;
+    template <typename Record> Record *at(Arena::Number number) const
+    {
+        return number == 0 ? nullptr : reinterpret_cast<Record *>(arena_.at(number));
+    }
     template <typename Record> Arena::Number makeRecord(std::string_view text);
     template <typename Record> void link(Arena::Number &first, Arena::Number &last, Arena::Number added);
 
@@ -115,7 +119,7 @@ private:
     Arena::Number findOrAddGroup(const GroupName &name);
     Arena::Number makeEntry(const EntryName &name);
     Arena::Number makeGroup(const GroupName &name);
-    Arena::Number makeValue(std::string_view text, std::span<const Reference> references);
+    Value &makeValue(std::string_view text, std::span<const Reference> references);
     void copyEntry(const ValueStore &other, const Entry &entry, Entry &copy);
     void wasteValues(const Entry &entry);
     void swap(ValueStore &other);
@@ -158,12 +162,15 @@ public:
 private:
     friend class ValueStore;
 
+    static constexpr std::uint8_t MaximumCount = 255; // longer lists are rare, and can be walked
+
     Arena::Number next_ = 0; // of the group
     Arena::Number group_ = 0;
     Arena::Number lastValue_ = 0;
     std::uint32_t length_ = 0;
-    Behaviour behaviour_ = Behaviour::NotRegistered;
-    bool present_ = false;
+    Behaviour behaviour_ : 4 = Behaviour::NotRegistered;
+    bool present_ : 1 = false;
+    std::uint8_t valueCount_ = 0; // at most MaximumCount, which stands for more too
     char text_[2] = {};
 };
 
@@ -183,5 +190,54 @@ private:
     std::uint32_t length_ = 0;
     std::uint32_t referenceCount_ = 0;
 };
+
+// The walk is what looking up a list consists of.
+
+inline const ValueStore::Group *ValueStore::firstGroup() const
+{
+    return at<Group>(firstGroup_);
+}
+
+inline const ValueStore::Group *ValueStore::groupAfter(const Group &group) const
+{
+    return at<Group>(group.next_);
+}
+
+inline const ValueStore::Group &ValueStore::groupOf(const Entry &entry) const
+{
+    return *at<Group>(entry.group_);
+}
+
+inline const ValueStore::Entry *ValueStore::firstEntry(const Group &group) const
+{
+    return at<Entry>(group.firstEntry_);
+}
+
+inline const ValueStore::Entry *ValueStore::entryAfter(const Entry &entry) const
+{
+    return at<Entry>(entry.next_);
+}
+
+inline const ValueStore::Entry &ValueStore::entryOf(const Reference &reference) const
+{
+    return *at<Entry>(reference.entry);
+}
+
+inline const ValueStore::Value *ValueStore::lastValue(const Entry &entry) const
+{
+    return at<Value>(entry.lastValue_);
+}
+
+template <typename Use> void ValueStore::forEachValue(const Entry &entry, Use &&use) const
+{
+    const auto *const last = lastValue(entry);
+    if (!last)
+        return;
+    const auto *value = last;
+    do {
+        value = at<Value>(value->next_);
+        use(*value);
+    } while (value != last);
+}
 
 } // namespace Tovrin::Parser

@@ -5,6 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <csignal>
+#include <fcntl.h>
 #include <fstream>
 #include <sys/stat.h>
 #include <thread>
@@ -160,6 +163,33 @@ TEST(LineReader, OpensAFileOfManyGigabytes)
     EXPECT_EQ(reader.tell(), size);
 }
 
+TEST(LineReader, HandsOverItsBufferWithTheLinesInIt)
+{
+    TempTree tree;
+    LineReader reader(tree.write("f", "one\ntwo\nthree\n"));
+    const auto line = reader.readLine();
+    const auto buffer = reader.handOverBuffer();
+    EXPECT_EQ(reader.tell(), 4);
+    EXPECT_EQ(reader.readLine(), "two");
+    EXPECT_EQ(reader.readLine(), "three");
+    EXPECT_EQ(reader.peek(), -1);
+    EXPECT_EQ(line, "one");
+    EXPECT_EQ(line.data(), buffer.get());
+}
+
+TEST(LineReader, HandsOverItsBufferWithALongLineBehindTheOneRead)
+{
+    TempTree tree;
+    const std::string longLine(300 * 1024, 'x');
+    LineReader reader(tree.write("f", "one\n" + longLine + "\nlast\n"));
+    const auto line = reader.readLine();
+    const auto buffer = reader.handOverBuffer();
+    EXPECT_EQ(reader.readLine(), longLine);
+    const auto longBuffer = reader.handOverBuffer();
+    EXPECT_EQ(reader.readLine(), "last");
+    EXPECT_EQ(line, "one");
+}
+
 TEST(LineReader, ReadsAPipeButCannotSeekInIt)
 {
     TempTree tree;
@@ -173,6 +203,62 @@ TEST(LineReader, ReadsAPipeButCannotSeekInIt)
     writer.join();
     reader.seekEnd();
     EXPECT_EQ(reader.tell(), -1);
+}
+
+std::atomic<int> signalsHandled{0};
+
+// Handles a signal so that it interrupts system calls, while in scope.
+class InterruptingSignal {
+public:
+    explicit InterruptingSignal(int number) : number_(number)
+    {
+        struct sigaction action {};
+        action.sa_handler = [](int) { ++signalsHandled; };
+        EXPECT_EQ(sigaction(number_, &action, &former_), 0); // without SA_RESTART
+    }
+    ~InterruptingSignal() { sigaction(number_, &former_, nullptr); }
+    InterruptingSignal(const InterruptingSignal &) = delete;
+    InterruptingSignal &operator=(const InterruptingSignal &) = delete;
+
+private:
+    int number_;
+    struct sigaction former_ {};
+};
+
+void waitUntilAsleep(pid_t thread)
+{
+    const auto path = "/proc/self/task/" + std::to_string(thread) + "/stat";
+    for (std::string state; state != "S"; std::this_thread::yield()) {
+        std::ifstream file(path);
+        file.ignore(1000, ')'); // the thread's number and name
+        file >> state;
+    }
+}
+
+TEST(LineReader, GoesOnAfterASignal)
+{
+    const TempTree tree;
+    const auto path = tree.path("pipe");
+    ASSERT_EQ(mkfifo(path.c_str(), 0600), 0);
+    const int writingEnd = open(path.c_str(), O_RDWR | O_CLOEXEC);
+    ASSERT_GE(writingEnd, 0);
+    LineReader reader(path);
+    const InterruptingSignal signal(SIGUSR1);
+    signalsHandled = 0;
+    std::thread writer([writingEnd, readingThread = pthread_self(), id = gettid()] {
+        for (int sent = 1; sent <= 3; ++sent) {
+            waitUntilAsleep(id);
+            pthread_kill(readingThread, SIGUSR1);
+            while (signalsHandled < sent)
+                std::this_thread::yield();
+        }
+        EXPECT_EQ(write(writingEnd, "a\n", 2), 2);
+    });
+    EXPECT_EQ(reader.readLine(), "a");
+    EXPECT_TRUE(reader.good());
+    writer.join();
+    EXPECT_EQ(signalsHandled, 3);
+    close(writingEnd);
 }
 
 } // namespace

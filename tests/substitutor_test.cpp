@@ -212,6 +212,14 @@ TEST(Substitutor, ReplacesTheTextAndAddsToTheReferencesOfTheValue)
     EXPECT_EQ(value, valueOf("ab", {{"A", "B", 0}, {"G", "K", 2}})) << describe(value);
 }
 
+// They belong to the former text, from which nothing was cut.
+TEST(Substitutor, LeavesThePositionsOfFormerReferencesWhenItTrims)
+{
+    auto value = valueOf("former", {{"A", "B", 4}});
+    EXPECT_TRUE(Substitutor(ConfigParser::BadUid).substituted("  abcd${config:G/K}e", value));
+    EXPECT_EQ(value, valueOf("abcde", {{"A", "B", 4}, {"G", "K", 4}})) << describe(value);
+}
+
 TEST(Substitutor, MakesAValueOfPlainTypeUnlessThereIsAReference)
 {
     const Substitutor substitutor(ConfigParser::BadUid);

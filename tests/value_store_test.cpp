@@ -29,8 +29,7 @@ const ValueStore::Entry *find(const ValueStore &store, std::string_view group, s
 std::vector<std::string> textsOf(const ValueStore &store, const ValueStore::Entry &entry)
 {
     std::vector<std::string> texts;
-    for (const auto *value = store.firstValue(entry); value; value = store.valueAfter(entry, *value))
-        texts.emplace_back(value->text());
+    store.forEachValue(entry, [&texts](const ValueStore::Value &value) { texts.emplace_back(value.text()); });
     return texts;
 }
 
@@ -54,7 +53,39 @@ TEST(ValueStore, InternsAnEntryOnceAndNotPresent)
     EXPECT_EQ(store.groupOf(entry).name(), "G");
     EXPECT_FALSE(entry.present());
     EXPECT_FALSE(store.groupOf(entry).present());
-    EXPECT_EQ(store.firstValue(entry), nullptr);
+    EXPECT_FALSE(entry.hasValues());
+}
+
+TEST(ValueStore, CountsTheValuesOfAnEntry)
+{
+    ValueStore store;
+    auto &entry = intern(store, "G", "K");
+    EXPECT_EQ(store.valueCount(entry), 0u);
+    for (std::size_t count = 1; count <= 300; ++count) {
+        store.append(entry, "v", {});
+        EXPECT_EQ(store.valueCount(entry), count);
+    }
+    store.replace(entry, "v", {});
+    EXPECT_EQ(store.valueCount(entry), 1u);
+    store.drop(entry);
+    EXPECT_EQ(store.valueCount(entry), 0u);
+}
+
+// Number 0 is no record, also where the first one is so large that it would get a block of its own.
+TEST(ValueStore, TakesAGroupOfAnySizeAsTheFirst)
+{
+    for (const std::size_t size : {4'000, 16'384, 16'390, 65'536, 200'000}) {
+        const std::string group(size, 'g');
+        ValueStore store;
+        auto &entry = intern(store, group, "K");
+        ASSERT_EQ(store.groupOf(entry).name(), group) << size;
+        ASSERT_EQ(find(store, group, "K"), &entry) << size;
+        store.append(entry, "v", {});
+        auto &other = intern(store, group, "L");
+        ASSERT_EQ(&store.groupOf(other), &store.groupOf(entry)) << size;
+        ASSERT_EQ(store.firstGroup(), &store.groupOf(entry)) << size;
+        ASSERT_EQ(textsOf(store, entry), Texts{"v"}) << size;
+    }
 }
 
 TEST(ValueStore, HoldsNamesOfAnyLength)

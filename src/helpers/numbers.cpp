@@ -5,6 +5,7 @@
 
 #include "text_scan.h"
 
+#include <algorithm>
 #include <charconv>
 #include <limits>
 #include <locale>
@@ -24,7 +25,7 @@ template <typename T> struct Reading {
 
 bool startsWithHexPrefix(std::string_view text)
 {
-    return text.substr(0, 2) == "0x";
+    return text.starts_with("0x");
 }
 
 bool isDigit(char c)
@@ -61,10 +62,10 @@ template <typename T> T clamped(bool negative)
     return negative ? std::numeric_limits<T>::min() : std::numeric_limits<T>::max();
 }
 
-template <typename T> Reading<T> readDigits(std::string_view digits, int base)
+template <int Base, typename T> Reading<T> readDigits(std::string_view digits)
 {
     Reading<T> reading;
-    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), reading.value, base);
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), reading.value, Base);
     if (error == std::errc::result_out_of_range)
         reading.value = clamped<T>(digits.front() == '-');
     reading.valid = error == std::errc();
@@ -72,12 +73,27 @@ template <typename T> Reading<T> readDigits(std::string_view digits, int base)
     return reading;
 }
 
+// A minus sign or none, and digits. As many digits as fit whatever they are, which is nearly all numbers, need no check
+// for each of them.
+template <typename T> Reading<T> readDecimal(std::string_view text)
+{
+    const bool negative = text.front() == '-';
+    std::size_t end = negative ? 1 : 0;
+    const std::size_t checked = std::min(text.size(), end + std::numeric_limits<T>::digits10);
+    T value = 0;
+    for (; end < checked && isDigit(text[end]); ++end)
+        value = value * 10 + (text[end] - '0');
+    if (end < text.size() && isDigit(text[end]))
+        return readDigits<10, T>(text);
+    return {negative ? -value : value, true, text.substr(end)};
+}
+
 template <typename T> Reading<T> readHexadecimal(std::string_view text)
 {
     const auto digits = text.substr(2);
     if (isSign(digits, 0))
         return {};
-    return readDigits<T>(digits, 16);
+    return readDigits<16, T>(digits);
 }
 
 template <typename T> Reading<T> readInteger(std::string_view text)
@@ -88,7 +104,7 @@ template <typename T> Reading<T> readInteger(std::string_view text)
     const std::size_t first = isSign(number, 0) ? 1 : 0;
     if (first == number.size() || !isDigit(number[first]))
         return {};
-    return readDigits<T>(withoutPlus(number), 10);
+    return readDecimal<T>(withoutPlus(number));
 }
 
 // The characters that an input stream takes for a floating-point number, which need not make one.

@@ -77,14 +77,28 @@ public:
     }
 
 private:
-    // One unformatted write, so that lines of several threads come out whole on the standard streams, whose width and
-    // fill belong to the program.
+    // One unformatted write and one flush, so that lines of several threads come out whole on the standard streams,
+    // whose width and fill belong to the program. Straight to the buffer: each of the stream's own operations would
+    // flush std::cerr once more.
     void writeTo(std::ostream &stream)
     {
         if (!stream.good())
             return;
+        if (stream.tie())
+            stream.tie()->flush();
         const std::string_view text = line(stream.widen('\n'));
-        stream.write(text.data(), static_cast<std::streamsize>(text.size())).flush();
+        if (!putAndFlush(*stream.rdbuf(), text))
+            stream.setstate(std::ios::badbit);
+    }
+
+    static bool putAndFlush(std::streambuf &buffer, std::string_view text)
+    {
+        try {
+            const auto size = static_cast<std::streamsize>(text.size());
+            return buffer.sputn(text.data(), size) == size && buffer.pubsync() == 0;
+        } catch (...) {
+            return false;
+        }
     }
 
     // The text made "LEVEL: text" and a newline, in the room that was kept for that around it.

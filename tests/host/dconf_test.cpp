@@ -104,17 +104,42 @@ TEST_F(HostDconf, GivesEachUserTheirOwnValueAfterGLibWasAskedForItsFolder)
     EXPECT_EQ(getDconfValue(Key, berta.uid), "of berta");
 }
 
+// What a parser finds for the key in a file that it reads.
+std::string readBy(ConfigParser &parser)
+{
+    const TempTree tree;
+    std::string text;
+    EXPECT_TRUE(parser.readConfig(tree.write("user.conf", "[g]\nk=<${dconf:/tovrin/key}>\n")));
+    parser.getValue("g", "k", text);
+    return text;
+}
+
 TEST_F(HostDconf, GivesTheParserOfEachUserTheirOwnValue)
 {
     makeBothDatabases();
-    const TempTree tree;
-    const auto path = tree.write("user.conf", "[g]\nk=<${dconf:/tovrin/key}>\n");
     ConfigParser ofAnna(anna.uid), ofBerta(berta.uid);
-    for (const auto &[parser, value] : {std::pair{&ofAnna, "<of anna>"}, std::pair{&ofBerta, "<of berta>"}}) {
-        std::string text;
-        EXPECT_TRUE(parser->readConfig(path));
-        parser->getValue("g", "k", text);
-        EXPECT_EQ(text, value);
+    EXPECT_EQ(readBy(ofAnna), "<of anna>");
+    EXPECT_EQ(readBy(ofBerta), "<of berta>");
+}
+
+TEST_F(HostDconf, GivesACopiedParserTheValueOfTheSameUser)
+{
+    makeBothDatabases();
+    const ConfigParser ofAnna(anna.uid), ofBerta(berta.uid);
+    ConfigParser copyOfAnna(ofAnna), copyOfBerta(ofBerta);
+    EXPECT_EQ(readBy(copyOfAnna), "<of anna>");
+    EXPECT_EQ(readBy(copyOfBerta), "<of berta>");
+}
+
+TEST_F(HostDconf, GivesACopiedSubstitutorTheValueOfTheSameUser)
+{
+    makeBothDatabases();
+    for (const auto &[uid, expected] : {std::pair{anna.uid, "of anna"}, std::pair{berta.uid, "of berta"}}) {
+        const Substitutor original(uid);
+        const Substitutor copy(original);
+        ConfigValue value;
+        EXPECT_TRUE(copy.substituted("${dconf:/tovrin/key}", value));
+        EXPECT_EQ(value.data(), expected);
     }
 }
 

@@ -3,6 +3,8 @@
 
 #include "host/private_host.h"
 
+#include <nlohmann/json.hpp>
+
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -13,6 +15,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 
 namespace Tovrin::Testing {
@@ -24,91 +27,26 @@ constexpr const char *SocketAside = "/run/systemd/journal/socket.aside";
 
 // ---- journalctl -o json ---------------------------------------------------------------------------------------------
 
-// Reads the objects that journalctl prints, one a line. A field is a text, or a list of byte values where it is not
-// UTF-8 without control characters.
-class JsonReader {
-public:
-    explicit JsonReader(std::string_view text) : rest_(text) {}
+// A text, or a list of byte values where it is not UTF-8 without control characters.
+std::string fieldOf(const nlohmann::json &value)
+{
+    if (value.is_string())
+        return value;
+    const std::vector<std::uint8_t> bytes = value;
+    return {bytes.begin(), bytes.end()};
+}
 
-    bool atEnd() const { return rest_.empty(); }
-
-    JournalEntry object()
-    {
-        JournalEntry entry;
-        for (char separator = take('{'); separator != '}'; separator = next()) {
-            const auto name = text();
-            take(':');
-            entry[name] = value();
-        }
-        take('\n');
-        return entry;
+// The fields of the program itself in an object that journalctl prints.
+JournalEntry entryOf(const std::string &object)
+{
+    const auto fields = nlohmann::json::parse(object);
+    JournalEntry entry;
+    for (const auto &[name, value] : fields.items()) {
+        if (!name.starts_with('_'))
+            entry[name] = fieldOf(value);
     }
-
-private:
-    char next()
-    {
-        if (rest_.empty())
-            throw std::runtime_error("journalctl printed half an object");
-        const char c = rest_.front();
-        rest_.remove_prefix(1);
-        return c;
-    }
-
-    char take(char expected)
-    {
-        if (next() != expected)
-            throw std::runtime_error(std::string("no '") + expected + "' before: " + std::string(rest_.substr(0, 80)));
-        return expected;
-    }
-
-    std::string value() { return rest_.substr(0, 1) == "[" ? bytes() : text(); }
-
-    std::string bytes()
-    {
-        std::string found;
-        for (char separator = take('['); separator != ']'; separator = next()) {
-            int byte = 0;
-            while (!rest_.empty() && std::isdigit(static_cast<unsigned char>(rest_.front())))
-                byte = byte * 10 + (next() - '0');
-            found += static_cast<char>(byte);
-        }
-        return found;
-    }
-
-    std::string text()
-    {
-        std::string found;
-        take('"');
-        for (char c = next(); c != '"'; c = next())
-            found += c == '\\' ? escaped() : c;
-        return found;
-    }
-
-    char escaped()
-    {
-        switch (const char c = next()) {
-        case 'b':
-            return '\b';
-        case 'f':
-            return '\f';
-        case 'n':
-            return '\n';
-        case 'r':
-            return '\r';
-        case 't':
-            return '\t';
-        case 'u': { // a control character, always below 256
-            const auto digits = std::string(rest_.substr(0, 4));
-            rest_.remove_prefix(digits.size());
-            return static_cast<char>(std::stoi(digits, nullptr, 16));
-        }
-        default:
-            return c;
-        }
-    }
-
-    std::string_view rest_;
-};
+    return entry;
+}
 
 std::string outputOf(const std::string &command)
 {
@@ -123,15 +61,13 @@ std::string outputOf(const std::string &command)
 // Of this process, oldest first.
 std::vector<JournalEntry> storedEntries()
 {
-    const auto output =
+    std::istringstream output(
         outputOf("journalctl --sync && journalctl --directory=/run/log/journal --all --no-pager --quiet "
                  "--output=json _PID=" +
-                 std::to_string(getpid()));
+                 std::to_string(getpid())));
     std::vector<JournalEntry> entries;
-    for (JsonReader reader(output); !reader.atEnd();) {
-        entries.push_back(reader.object());
-        std::erase_if(entries.back(), [](const auto &field) { return field.first.starts_with('_'); });
-    }
+    for (std::string object; std::getline(output, object);)
+        entries.push_back(entryOf(object));
     return entries;
 }
 

@@ -5,9 +5,8 @@
 
 namespace Tovrin::Tool {
 
-// Reads the paths and prints every (group, key) with its resolved values on standard output: a key file, groups and
-// keys sorted by byte value. Read again it gives the same values, but for those that a key file cannot hold: a comment
-// above the key tells which.
+// Prints every (group, key) with its values on standard output: a key file, groups and keys sorted by byte value. Read
+// again it gives the same values, but for those that a key file cannot hold: a comment above the key tells which.
 ExitCode dump(const DumpOptions &options);
 
 } // namespace Tovrin::Tool

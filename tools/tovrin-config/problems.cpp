@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "problems.h"
 
+#include "terminal.h"
+
 #include <tovrin/parser/logging.h>
 
-#include <cstdint>
-#include <fstream>
+#include <array>
 #include <iostream>
-#include <optional>
 #include <streambuf>
 #include <string_view>
+#include <utility>
+
+#include <unistd.h>
 
 namespace Tovrin::Tool {
 
@@ -17,73 +20,32 @@ namespace {
 using Parser::Logging::lConfigParser;
 using Parser::Logging::LoggerConfig;
 
-// Control bytes as escapes; a tab is harmless, and bytes above 127 may be UTF-8.
-std::string printable(std::string_view text)
-{
-    constexpr char Digits[] = "0123456789abcdef";
-    std::string result;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '\n')
-            result += "\\n";
-        else if (c == '\r')
-            result += "\\r";
-        else if ((byte < 0x20 && c != '\t') || byte == 0x7f)
-            result.append("\\x").append(1, Digits[byte >> 4]).append(1, Digits[byte & 0xf]);
-        else
-            result += c;
-    }
-    return result;
-}
-
-// Finds bad lines again. They are reported in the order of the file, so one walk over it serves all of them.
-class BadLines {
-public:
-    explicit BadLines(const std::string &path) : path_(path) {}
-
-    const std::string &path() const { return path_; }
-
-    // The number of the next line that holds this text and whose number ends in these eight bits.
-    std::optional<std::uint64_t> find(unsigned char lowByte, std::string_view text)
-    {
-        if (!file_.is_open())
-            file_.open(path_, std::ios::binary);
-        for (std::string line; std::getline(file_, line);) {
-            if (static_cast<unsigned char>(++number_) == lowByte && line == text)
-                return number_;
-        }
-        return std::nullopt;
-    }
-
-private:
-    std::string path_;
-    std::ifstream file_;
-    std::uint64_t number_ = 0;
+struct Kind {
+    std::string_view recordStart; // of the library
+    std::string_view name;
+    bool isError;
+    bool isWarning;
 };
 
-// Writes digits where the record has "PATH (BYTE): 'LINE'".
-void spellLineNumber(std::string &record, BadLines &lines)
-{
-    const std::string before = " in " + lines.path() + " (";
-    constexpr std::string_view Behind = "): '";
-    const auto found = record.find(before);
-    if (found == std::string::npos)
-        return;
-    const auto byte = found + before.size();
-    const auto line = byte + 1 + Behind.size();
-    if (line >= record.size() || record.compare(byte + 1, Behind.size(), Behind) != 0)
-        return;
-    const auto text = std::string_view(record).substr(line, record.size() - 1 - line);
-    if (const auto number = lines.find(static_cast<unsigned char>(record[byte]), text))
-        record.replace(byte, 1, "line " + std::to_string(*number));
-}
+constexpr std::array Kinds{
+    Kind{"CRITICAL: ", "error", true, false},  Kind{"ERROR: ", "error", true, false},
+    Kind{"WARNING: ", "warning", false, true}, Kind{"INFO: ", "info", false, false},
+    Kind{"DEBUG: ", "debug", false, false},
+};
+struct Place {
+    const std::string *path = nullptr;
+    std::uint32_t line = 0;
+};
+
+constexpr const Kind &Error = Kinds[1];
+constexpr const Kind &Warning = Kinds[2];
 
 } // namespace
 
 // Stands in for the buffer of std::cerr. The library flushes once behind each record, and not within one.
 class Problems::RecordBuffer : public std::streambuf {
 public:
-    RecordBuffer() : lines_("")
+    explicit RecordBuffer(const Paint &paint) : paint_(paint)
     {
         std::cerr.unsetf(std::ios::unitbuf);
         terminal_ = std::cerr.rdbuf(this);
@@ -94,16 +56,25 @@ public:
         std::cerr.setf(std::ios::unitbuf);
     }
 
-    void startFile(const std::string &path) { lines_ = BadLines(path); }
-
-    void write(const std::string &line)
+    // The text is made printable here; the prefix has to be.
+    void write(const std::string &prefix, std::string_view text)
     {
-        const std::string text = printable(line) + '\n';
-        terminal_->sputn(text.data(), static_cast<std::streamsize>(text.size()));
+        const std::string line = prefix + printable(text) + '\n';
+        terminal_->sputn(line.data(), static_cast<std::streamsize>(line.size()));
         terminal_->pubsync();
     }
 
+    void write(const Kind &kind, const Place &place, std::string_view text)
+    {
+        const auto &[path, line] = place;
+        const auto where = path ? printable(*path) + ':' + std::to_string(line) + ": " : "tovrin-config: ";
+        const auto name = std::string(kind.name) + ": ";
+        write(where + (kind.isError ? paint_.red(name) : kind.isWarning ? paint_.yellow(name) : name), text);
+        problems += kind.isError;
+    }
+
     std::size_t problems = 0;
+    Place current;
 
 protected:
     int_type overflow(int_type c) override
@@ -121,28 +92,28 @@ protected:
 
     int sync() override
     {
-        if (record_.empty())
-            return 0;
-        if (record_.back() == '\n')
-            record_.pop_back();
-        if (record_.starts_with("ERROR: ") || record_.starts_with("CRITICAL: "))
-            ++problems;
-        spellLineNumber(record_, lines_);
-        write(record_);
+        auto record = std::string_view(record_);
+        if (record.ends_with('\n'))
+            record.remove_suffix(1);
+        for (const auto &kind : Kinds) {
+            if (record.starts_with(kind.recordStart))
+                write(kind, current, record.substr(kind.recordStart.size()));
+        }
         record_.clear();
         return 0;
     }
 
 private:
+    Paint paint_;
     std::streambuf *terminal_;
     std::string record_;
-    BadLines lines_;
 };
 
-Problems::Problems(bool verbose) : records_(std::make_unique<RecordBuffer>())
+Problems::Problems(const CommonOptions &options)
+    : records_(std::make_unique<RecordBuffer>(Paint(options.color, STDERR_FILENO)))
 {
     lConfigParser->setTarget(LoggerConfig::Stderr);
-    lConfigParser->setLevel(verbose ? LoggerConfig::LogDebug : LoggerConfig::LogWarning);
+    lConfigParser->setLevel(options.verbose ? LoggerConfig::LogDebug : LoggerConfig::LogWarning);
 }
 
 Problems::~Problems() = default;
@@ -150,12 +121,37 @@ Problems::~Problems() = default;
 void Problems::report(const std::string &text)
 {
     ++records_->problems;
-    records_->write("tovrin-config: " + text);
+    note(text);
 }
 
-void Problems::startFile(const std::string &path)
+void Problems::reportAt(const std::string &path, std::uint32_t line, const std::string &text)
 {
-    records_->startFile(path);
+    records_->write(Error, {&path, line}, text);
+}
+
+void Problems::note(const std::string &text)
+{
+    records_->write("tovrin-config: ", text);
+}
+
+void Problems::setLine(const std::string &path, std::uint32_t line)
+{
+    records_->current = {&path, line};
+}
+
+void Problems::unsetLine()
+{
+    records_->current = {};
+}
+
+void Problems::errorHere(const std::string &text)
+{
+    records_->write(Error, records_->current, text);
+}
+
+void Problems::warnHere(const std::string &text)
+{
+    records_->write(Warning, records_->current, text);
 }
 
 std::size_t Problems::count() const

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include "options.h"
+
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -9,23 +12,31 @@ namespace Tovrin::Tool {
 
 // What goes wrong, on standard error: one line a problem, in a form that a terminal can show.
 //
-// While it exists the library's records come out here too. They hold raw bytes, for the numbers of bad lines among
-// others; here control bytes are written as escapes, and the number of a bad line in digits. One at a time.
+//     tovrin-config: TEXT              about no line of a file
+//     PATH:LINE: error: TEXT           likewise "warning" and, with -v, "info" and "debug"
+//
+// While it exists the library's records come out here too, with the line that they are about. One at a time.
 class Problems {
 public:
-    // `verbose` lets the library's debug records through.
-    explicit Problems(bool verbose);
+    explicit Problems(const CommonOptions &options);
     ~Problems();
     Problems(const Problems &) = delete;
     Problems &operator=(const Problems &) = delete;
 
-    // Says the text in the tool's own name.
+    // Errors.
     void report(const std::string &text);
+    void reportAt(const std::string &path, std::uint32_t line, const std::string &text);
 
-    // Names the file that is read from now on, for the numbers of its bad lines.
-    void startFile(const std::string &path);
+    // No error, but worth knowing.
+    void note(const std::string &text);
 
-    // How many were reported here, or logged by the library as errors.
+    // Names the line that the library's records are about from now on, and those below. The path must outlive that.
+    void setLine(const std::string &path, std::uint32_t line);
+    void unsetLine();
+    void errorHere(const std::string &text);
+    void warnHere(const std::string &text);
+
+    // How many errors were reported here, or logged by the library.
     std::size_t count() const;
 
 private:

@@ -15,9 +15,15 @@
 
 using namespace Tovrin::Parser;
 
+// The constants are ready for a program's own globals, however the library is linked. One whose text is short shows
+// nothing: the compiler makes it.
+const std::string directory = Constants::DefaultConfigDirectory;
+
 int main(int argc, char **argv)
 {
     using namespace Logging::Types;
+
+    std::cout << "default " << directory << '\n';
 
     ConfigDirParser config(Constants::BadUid);
     std::cout << "readDirectories " << config.readDirectories({argv + 1, argv + argc}) << '\n';

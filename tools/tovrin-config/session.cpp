@@ -1,0 +1,34 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "session.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace Tovrin::Tool {
+
+Session::Session(const CommonOptions &common, const HostOptions &host)
+    : problems_(common), templates_(common, host, problems_)
+{
+    if (!common.keysFile.empty()) {
+        auto known = readKeysFile(common.keysFile, problems_);
+        if (!known)
+            return;
+        knownKeys_ = std::move(*known);
+    }
+    sources_ = readSources(common.paths);
+    evaluation_.emplace(sources_, knownKeys_, templates_, problems_);
+}
+
+ExitCode Session::finish(std::string_view answer)
+{
+    if (std::fwrite(answer.data(), 1, answer.size(), stdout) != answer.size() || std::fflush(stdout) != 0)
+        problems_.report("cannot write to standard output: " + std::string(std::strerror(errno)));
+    if (const auto notRun = templates_.notRun(); notRun == 1)
+        problems_.note("1 command of ${system:...} was not run; --run-commands runs it");
+    else if (notRun > 1)
+        problems_.note(std::to_string(notRun) + " commands of ${system:...} were not run; --run-commands runs them");
+    return problems_.count() > 0 ? Failure : Success;
+}
+
+} // namespace Tovrin::Tool
