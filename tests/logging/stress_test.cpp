@@ -2,6 +2,7 @@
 //
 // Logging from many threads at once. Half of what these tests check is checked by ThreadSanitizer, when they are built
 // with it.
+#include <tovrin/parser/config_parser.h>
 #include <tovrin/parser/logging.h>
 
 #include "support/captured_stream.h"
@@ -16,6 +17,7 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <map>
 #include <thread>
 
 #include <sys/stat.h>
@@ -174,6 +176,58 @@ TEST(LoggingThreads, MayCreateTheSameIdentityAtOnce)
     EXPECT_NE(std::find(created.begin(), created.end(), found), created.end());
     for (const auto &config : created)
         EXPECT_STREQ(config->ident(), "stress.same");
+}
+
+// What a daemon does with a parser of its own: registers, reads, resolves, walks, and gets its share of records.
+void useAParser(const std::string &path, const std::string &name)
+{
+    using Tovrin::Parser::ConfigParser;
+    for (int round = 0; round < 200; ++round) {
+        ConfigParser parser(ConfigParser::BadUid);
+        for (const char *key : {"Name", "Greeting", "List"})
+            parser.addKey("Group", key, ConfigParser::Amend);
+        parser.addTemplate("registered", name);
+        ASSERT_TRUE(parser.readConfig(path));
+        std::string greeting;
+        std::vector<std::string> list;
+        parser.getValue("Group", "Greeting", greeting);
+        parser.getValue("Group", "List", list);
+        parser.checkKey("Group", name); // which it warns of
+        ASSERT_EQ(greeting, "hello " + name + "-" + name);
+        ASSERT_EQ(list, (std::vector<std::string>{"first", path, "last"}));
+        const ConfigParser copy(parser);
+        int entries = 0;
+        for (auto entry = copy.begin(); entry != copy.end(); ++entry)
+            entries += (*entry).group() == "Group";
+        ASSERT_EQ(entries, 3);
+    }
+}
+
+TEST(LoggingThreads, MayEachUseAParserWhileBothLog)
+{
+    const TempTree tree;
+    lConfigParser->setLevel(LoggerConfig::LogDebug);
+    ASSERT_TRUE(lConfigParser->setTarget(tree.path("log")));
+    inThreads(2, [&tree](int thread) {
+        const auto name = "thread" + std::to_string(thread);
+        const auto path = tree.path(name + ".conf");
+        tree.write(name + ".conf", "[Group]\nName=" + name +
+                                       "\nAbsent=1\nGreeting=hello ${registered}-"
+                                       "${config:Group/Name}\nList=first;${realpath:" +
+                                       path + "};${env:TOVRIN_ABSENT};last\n");
+        useAParser(path, name);
+    });
+    lConfigParser->setTarget(LoggerConfig::Systemd);
+    lConfigParser->setLevel(LoggerConfig::LogWarning);
+    std::map<std::string, int> lines;
+    std::istringstream log(tree.read("log"));
+    for (std::string line; std::getline(log, line);)
+        ++lines[line];
+    const std::map<std::string, int> expected = {
+        {"DEBUG: Failed to read 'TOVRIN_ABSENT' from environment variables for template 'env:TOVRIN_ABSENT'", 400},
+        {"WARNING: Group/thread0 has not been added to the parser", 200},
+        {"WARNING: Group/thread1 has not been added to the parser", 200}};
+    EXPECT_EQ(lines, expected);
 }
 
 } // namespace
