@@ -12,6 +12,15 @@ using Tovrin::Parser::Arena;
 
 // ValueStore's tests show the rest of what an arena does.
 
+TEST(Arena, HasNoPieceOfNumberZero)
+{
+    for (const std::size_t size : {1, 4096, 16384, 16388, 65536, 100000}) {
+        Arena arena;
+        EXPECT_NE(arena.allocate(size), 0U) << size;
+        EXPECT_NE(arena.allocate(size), 0U) << size;
+    }
+}
+
 #if SIZE_MAX > UINT32_MAX // elsewhere the addresses end before the numbers
 
 TEST(Arena, RefusesMoreThanItsNumbersCount)

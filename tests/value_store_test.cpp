@@ -88,6 +88,18 @@ TEST(ValueStore, TakesAGroupOfAnySizeAsTheFirst)
     }
 }
 
+TEST(ValueStore, HoldsNamesOfAnyLength)
+{
+    for (const std::size_t length : {1, 3, 16, 17, 4096, 16384, 16385, 70000, 200000}) {
+        const std::string name(length, 'n');
+        ValueStore store;
+        auto &entry = intern(store, name, name);
+        EXPECT_EQ(find(store, name, name), &entry) << length;
+        EXPECT_EQ(entry.key(), name);
+        EXPECT_EQ(store.groupOf(entry).name(), name);
+    }
+}
+
 TEST(ValueStore, KeepsGroupAndKeyApart)
 {
     ValueStore store;
