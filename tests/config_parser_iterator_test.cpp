@@ -2,7 +2,7 @@
 #include <tovrin/parser/config_parser.h>
 
 #include "support/captured_records.h"
-#include "support/temp_tree.h"
+#include "support/parsers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -19,26 +19,14 @@ using testing::UnorderedElementsAre;
 using Tovrin::Parser::ConfigParser;
 using Tovrin::Parser::ConfigParserIterator;
 using Tovrin::Testing::CapturedRecords;
-using Tovrin::Testing::TempTree;
+using Tovrin::Testing::parserOf;
+using Tovrin::Testing::readText;
 
 namespace {
 
 using Value = ConfigParserIterator::value_type;
 using Texts = std::vector<std::string>;
 using Entry = std::tuple<std::string, std::string, Texts>; // group, key, values
-
-bool readText(ConfigParser &parser, const std::string &text)
-{
-    const TempTree tree;
-    return parser.readConfig(tree.write("test.conf", text));
-}
-
-ConfigParser parserOf(const std::string &text)
-{
-    ConfigParser parser(ConfigParser::BadUid);
-    EXPECT_TRUE(readText(parser, text)) << text;
-    return parser;
-}
 
 std::vector<Entry> entriesOf(const ConfigParser &parser)
 {

@@ -3,6 +3,7 @@
 
 #include "support/captured_records.h"
 #include "support/env_guard.h"
+#include "support/parsers.h"
 #include "support/temp_tree.h"
 
 #include <gmock/gmock.h>
@@ -27,26 +28,14 @@ using testing::IsEmpty;
 using Tovrin::Parser::ConfigParser;
 using Tovrin::Testing::CapturedRecords;
 using Tovrin::Testing::EnvGuard;
+using Tovrin::Testing::parserOf;
+using Tovrin::Testing::readText;
 using Tovrin::Testing::TempTree;
 using Record = CapturedRecords::Record;
 
 namespace {
 
 constexpr auto depthMessage = "Max depth reached, possibly circular reference.";
-
-bool readText(ConfigParser &parser, const std::string &text)
-{
-    const TempTree tree;
-    return parser.readConfig(tree.write("test.conf", text));
-}
-
-// A parser that accepts and amends every key, with this file read.
-ConfigParser parserOf(const std::string &text)
-{
-    ConfigParser parser(ConfigParser::BadUid);
-    EXPECT_TRUE(readText(parser, text)) << text;
-    return parser;
-}
 
 // A parser with the one key "k" of the group "g".
 ConfigParser parserWith(ConfigParser::ReplacementBehaviour behaviour)

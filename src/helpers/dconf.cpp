@@ -92,15 +92,10 @@ struct Profile {
     bool mandatory = false; // not to be overridden with DCONF_PROFILE
 };
 
-bool startsWith(std::string_view text, std::string_view prefix)
-{
-    return text.substr(0, prefix.size()) == prefix;
-}
-
 bool has(const Profile &profile, std::string_view kind)
 {
     return std::any_of(profile.lines.begin(), profile.lines.end(),
-                       [kind](const std::string &line) { return startsWith(line, kind); });
+                       [kind](const std::string &line) { return line.starts_with(kind); });
 }
 
 // The lines without comments, white space at the ends, and nothing else. False if the file cannot be opened.
@@ -117,7 +112,7 @@ bool readProfile(const std::string &path, std::vector<std::string> &lines)
 
 bool readNamedProfile(const std::string &name, std::vector<std::string> &lines)
 {
-    if (startsWith(name, "/"))
+    if (name.starts_with('/'))
         return readProfile(name, lines);
     if (readProfile("/etc/dconf/profile/" + name, lines))
         return true;
@@ -149,14 +144,14 @@ std::optional<std::string> redirected(const Profile &profile, const std::string 
         return std::nullopt;
     std::string text;
     for (const auto &line : profile.lines) {
-        if (!startsWith(line, UserDatabase)) {
+        if (!line.starts_with(UserDatabase)) {
             text += line + '\n';
             continue;
         }
         const auto path = folder + "/dconf/" + line.substr(UserDatabase.size());
         std::error_code ignored;
-        if (std::filesystem::is_regular_file(path,
-                                             ignored)) // dconf complains about a missing file, and hangs on a pipe
+        // Dconf complains about a missing file, and hangs on a pipe.
+        if (std::filesystem::is_regular_file(path, ignored))
             text += "file-db:" + path + '\n';
     }
     return text;

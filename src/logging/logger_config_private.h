@@ -3,8 +3,7 @@
 
 // Locks and threads of a configuration:
 //
-// - level, target and generation are atomic. Whoever begins a record or asks enabled() or target() never waits, not
-// even
+// - level, target and generation are atomic. Whoever begins a record or asks enabled() or target() never waits, even
 //   while another thread opens a file or a full disk holds up a write.
 // - mutex_ guards the file and its failed flag. It is held to change the target, so that target and file always belong
 //   together, and for the one write of a record: a file is never closed under a write, and what the kernel takes in

@@ -5,6 +5,7 @@
 
 #include "logging/logger_config_private.h"
 #include "logging/registry.h"
+#include "text_scan.h"
 
 #include <algorithm>
 #include <cassert>
@@ -24,8 +25,7 @@ constexpr const char *FromConfig = " from config";
 // ASCII letters alone: a daemon in a Turkish locale must still know "INFO".
 std::string lowered(std::string text)
 {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+    std::transform(text.begin(), text.end(), text.begin(), toLower);
     return text;
 }
 
@@ -82,7 +82,7 @@ NamedTarget targetFromName(const std::string &text)
     if (name == "stderr")
         return {LoggerConfig::Stderr};
     // The path too is lower-cased, deliberately: /var/log/App.log is /var/log/app.log.
-    if (!name.empty() && name.front() == '/')
+    if (name.starts_with('/'))
         return {LoggerConfig::File, FileDescriptor::open(name)};
     return {};
 }
@@ -133,7 +133,7 @@ std::string levelFor(const std::string &ident, const std::vector<std::string> &e
 {
     const std::string prefix = ident + '=';
     for (const std::string &entry : entries) {
-        if (entry.compare(0, prefix.size(), prefix) == 0)
+        if (entry.starts_with(prefix))
             return entry.substr(prefix.size());
     }
     return {};

@@ -5,6 +5,7 @@
 // Input: a byte for what stands before the text, a letter for each operation, FieldEnd, the text.
 
 #include "harness.h"
+#include "key_file_cursor.h"
 #include "reference.h"
 #include "stand_ins.h"
 
@@ -15,6 +16,7 @@
 namespace {
 
 using namespace Tovrin::Fuzz;
+using Tovrin::Parser::KeyFileCursor;
 using Tovrin::Parser::KeyFileParser;
 
 constexpr std::size_t BufferSize = 64 * 1024; // of the library's reader
@@ -98,6 +100,25 @@ private:
     std::string line_ = "[";
 };
 
+// The cursor by itself, whose entries lie in its buffers: until the next step, and where it stays for ever.
+void checkCursor(const MemoryFile &file, const std::string &text, std::size_t lines)
+{
+    Records ignored;
+    KeyFileParser parser(file.path());
+    KeyFileCursor cursor(parser);
+    Reference::KeyFileIterator reference(text, file.path(), ignored);
+    for (std::size_t steps = 0; steps < lines + 3; ++steps) {
+        const auto step = cursor.seekNext();
+        if (step == KeyFileCursor::Step::End)
+            return expect(reference.isAtEnd(), "the cursor is at the end too early");
+        const Reference::Entry seen{std::string(cursor.group()), std::string(cursor.key()),
+                                    std::string(cursor.value())};
+        if (step == KeyFileCursor::Step::Entry || !parser.error())
+            expectEqual("entry of the cursor", seen, reference.entry());
+        reference.seekNext();
+    }
+}
+
 // What cannot be read shows in the error flag alone.
 void checkUnreadable(const std::string &path)
 {
@@ -123,9 +144,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size
     Walk walk(file, text);
     for (const char operation : operations)
         walk.step(operation);
-    walk.finish(static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')));
+    const auto lines = static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+    walk.finish(lines);
     expectEqual("records", standIns.takeRecords(), walk.expected());
     if (operations.empty()) {
+        checkCursor(file, text, lines);
+        standIns.takeRecords();
         checkUnreadable("/nonexistent");
         checkUnreadable("/proc/self"); // a directory
         expectEqual("records of what cannot be read", standIns.takeRecords(), {});

@@ -34,7 +34,7 @@ struct Texts {
     std::string configuration; // lines of the group "Logging"
 };
 
-// Where records go: three places, whose order among each other does not count.
+// Where records go, and the files that were opened for them.
 struct Output {
     Records journal;
     std::string standardOutput;

@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/syscall.h>
@@ -97,6 +98,8 @@ StandIns::StandIns(std::string pathForWriting)
     state().opened.clear();
     state().pathForWriting = std::move(pathForWriting);
     state().inScope = true;
+    setenv("FUZZ_A", "a b", 1);
+    setenv("FUZZ_EMPTY", "", 1);
 }
 
 StandIns::~StandIns()

@@ -33,7 +33,8 @@ bool canBeMade(std::string_view path);
 
 // While one of these is in scope, an input can do no harm and finds the same host everywhere: records of the journal
 // are collected, no command is run (see outcomeOf), dconf holds nothing, and each file that is opened for writing is
-// the one of the path given. The library's own configuration lets all records through.
+// the one of the path given. The variable FUZZ_A is set, FUZZ_EMPTY is empty. The library's own configuration lets all
+// records through.
 class StandIns {
 public:
     explicit StandIns(std::string pathForWriting = "/dev/null");

@@ -127,9 +127,8 @@ void checkParser(const std::string &text, StandIns &standIns)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *data, std::size_t size)
 {
     static const MemoryFile envFile(FirstDescriptor);
-    static const bool environmentIsSet = setenv("FUZZ_A", "a b", 1) == 0 && setenv("FUZZ_EMPTY", "", 1) == 0;
     const std::string text = Input(data, size).rest();
-    if (!environmentIsSet || Reference::namesForeignFile(text, envFile.path()))
+    if (Reference::namesForeignFile(text, envFile.path()))
         return 0;
     envFile.write(EnvFileText);
     StandIns standIns;

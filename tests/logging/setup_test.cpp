@@ -5,6 +5,7 @@
 #include "support/captured_records.h"
 #include "support/captured_stream.h"
 #include "support/env_guard.h"
+#include "support/parsers.h"
 #include "support/temp_tree.h"
 
 #include <gtest/gtest.h>
@@ -20,6 +21,7 @@ using namespace Tovrin::Parser::Logging;
 using Tovrin::Testing::CapturedRecords;
 using Tovrin::Testing::CapturedStream;
 using Tovrin::Testing::EnvGuard;
+using Tovrin::Testing::parserOf;
 using Tovrin::Testing::TempTree;
 using Texts = std::vector<std::string>;
 
@@ -48,14 +50,6 @@ protected:
         created_.push_back(LoggerConfig::create(ident, level));
         created_.back()->setTarget(LoggerConfig::Systemd); // in case that the tests are repeated
         return created_.back();
-    }
-
-    // A parser that has read the file, and accepts every key.
-    ConfigParser parserOf(const std::string &text)
-    {
-        ConfigParser parser(ConfigParser::BadUid);
-        EXPECT_TRUE(parser.readConfig(tree_.write("read.conf", text))) << text;
-        return parser;
     }
 
     TempTree tree_;

@@ -317,6 +317,16 @@ TEST_F(Check, FindsReferencesToMissingEntries)
                       "a.conf:8:3: warning: \"G/gone\" has no value: the reference inserts nothing [missing-entry]"});
 }
 
+TEST_F(Check, FindsReferencesToUnregisteredEntries)
+{
+    write("keys", "[G]\nk=replace\nl=replace\n");
+    write("a.conf", "[G]\nk=${config:G/m}${config:G/l}\nm=1\n");
+    expectFindings("--keys keys a.conf",
+                   {"a.conf:2:3: warning: \"G/m\" is not registered: the reference inserts nothing [missing-entry]",
+                    "a.conf:2:16: warning: \"G/l\" has no value: the reference inserts nothing [missing-entry]",
+                    "a.conf:3:1: warning: \"G/m\" is not registered, so the program passes it over [unregistered]"});
+}
+
 TEST_F(Check, TakesAReferenceToALaterFileForGood)
 {
     write("d/1.conf", "[A]\na=${config:B/b}\n");
@@ -535,6 +545,17 @@ TEST_F(Check, ColoursTheSeverityWhenAsked)
                        "\"m \" [space-before-equals]\n"
                        "1 error, 1 warning, 1 note\n",
                        ""}));
+}
+
+TEST_F(Check, UsesColoursOnATerminal)
+{
+    write("a.conf", "k= v\n");
+    const std::string plain = "a.conf:1:3: note: white space behind \"=\" is cut off [space-after-equals]";
+    const std::string coloured = "a.conf:1:3: \033[36mnote\033[0m: white space behind \"=\" is cut off "
+                                 "[space-after-equals]";
+    const std::string end = "\r\n0 errors, 0 warnings, 1 note\r\n";
+    EXPECT_EQ(run("TERM=xterm script -qec 'tovrin-config check a.conf' /dev/null").out, coloured + end);
+    EXPECT_EQ(run("TERM=xterm script -qec 'tovrin-config check --color never a.conf' /dev/null").out, plain + end);
 }
 
 TEST_F(Check, CutsLongTextsShort)

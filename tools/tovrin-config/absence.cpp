@@ -16,7 +16,7 @@ std::string absence(const Evaluation &evaluation, const std::string &group, cons
         if (entry.group == group)
             keys.push_back(entry.key);
     }
-    const auto text = "[" + group + "] " + key + " has no value";
+    auto text = "[" + group + "] " + key + " has no value";
     if (const auto nearest = nearestName(key, keys))
         return text + "; did you mean '" + std::string(*nearest) + "'?";
     if (!keys.empty())

@@ -8,11 +8,6 @@ namespace {
 using Setting = Model::Setting;
 using Item = Model::Item;
 
-std::string placeOf(const Setting &setting)
-{
-    return setting.file->path + ":" + std::to_string(setting.assignment->line);
-}
-
 // What one assignment does, and what is done to it.
 class AssignmentCheck {
 public:
@@ -39,7 +34,7 @@ public:
 private:
     void add(FindingId id, std::size_t column, std::string text)
     {
-        findings_.add(id, setting_.file->path, setting_.assignment->line, column, std::move(text));
+        addAt(setting_, column, id, std::move(text), findings_);
     }
 
     void checkBlankItems()

@@ -54,7 +54,7 @@ std::string nameOf(const Model::Entry &entry)
 }
 
 Guesser::Guesser(const Model &model, std::vector<Model::Number> candidates)
-    : model_(model), candidates_(std::move(candidates)), effortLeft_(50'000'000)
+    : model_(model), candidates_(std::move(candidates))
 {
     for (const auto number : candidates_) {
         const auto &entry = model_.entry(number);

@@ -51,7 +51,7 @@ private:
     Parser::HashIndex looks_;
     Parser::HashIndex keys_; // of the keys alone
     std::map<std::string_view, std::vector<std::string_view>> keysOfGroups_;
-    std::size_t effortLeft_; // a configuration of mistyped names alone must not take for ever
+    std::size_t effortLeft_ = 50'000'000; // a configuration of mistyped names alone must not take for ever
 };
 
 } // namespace Tovrin::Tool

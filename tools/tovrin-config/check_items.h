@@ -34,7 +34,7 @@ struct FilledItem {
         Fails,
     };
 
-    Outcome outcome;
+    Outcome outcome = Outcome::Stored;
     std::string output; // not trimmed yet; with one "?" for all that a look-up would insert
     std::vector<Reference> references;
 

@@ -10,11 +10,6 @@ namespace {
 using Entry = Model::Entry;
 using Setting = Model::Setting;
 
-std::string placeOf(const Setting &setting)
-{
-    return setting.file->path + ":" + std::to_string(setting.assignment->line);
-}
-
 std::vector<Model::Number> registeredEntries(const Model &model)
 {
     std::vector<Model::Number> numbers;
@@ -35,9 +30,10 @@ void reportUnregistered(const Setting &setting, const Entry &entry, Guesser &gue
 {
     const auto *same = guesser.sameButForLooks(entry.group, entry.key);
     const auto *meant = same ? same : guesser.nearest(entry.group, entry.key);
-    findings.add(same ? FindingId::NearName : FindingId::Unregistered, setting.file->path, setting.assignment->line, 1,
-                 inQuotes(nameOf(entry)) + " is not registered, so the program passes it over" +
-                     (meant ? "; did you mean " + inQuotes(nameOf(*meant)) + "?" : ""));
+    addAt(setting, 1, same ? FindingId::NearName : FindingId::Unregistered,
+          inQuotes(nameOf(entry)) + " is not registered, so the program passes it over" +
+              (meant ? "; did you mean " + inQuotes(nameOf(*meant)) + "?" : ""),
+          findings);
 }
 
 void checkRegistered(const CheckContext &context, Findings &findings)
@@ -80,10 +76,10 @@ private:
 
 void reportKey(const Model &model, const Entry &wrong, const Entry &right, Findings &findings)
 {
-    const auto &setting = model.setting(wrong.firstSetting);
-    findings.add(FindingId::NearName, setting.file->path, setting.assignment->line, 1,
-                 "key " + inQuotes(wrong.key) + " differs only " + difference(wrong.key, right.key) + " from " +
-                     inQuotes(right.key) + " at " + placeOf(model.setting(right.firstSetting)));
+    addAt(model.setting(wrong.firstSetting), 1, FindingId::NearName,
+          "key " + inQuotes(wrong.key) + " differs only " + difference(wrong.key, right.key) + " from " +
+              inQuotes(right.key) + " at " + placeOf(model.setting(right.firstSetting)),
+          findings);
 }
 
 void checkKeys(const Model &model, Findings &findings)

@@ -15,12 +15,6 @@ namespace {
 using Item = Model::Item;
 using Number = Model::Number;
 
-void addAt(const Model &model, const Item &item, std::size_t offset, FindingId id, std::string text, Findings &findings)
-{
-    const auto &setting = model.setting(item.setting);
-    findings.add(id, setting.file->path, setting.assignment->line, model.columnOf(item, offset), std::move(text));
-}
-
 std::vector<Number> storedEntries(const Model &model)
 {
     std::vector<Number> numbers;
@@ -54,7 +48,8 @@ void checkMissing(const Model &model, Findings &findings)
                 guesser.emplace(model, storedEntries(model));
             const auto *meant = guesser->nearest(entry.group, entry.key);
             addAt(model, item, reference.offset, FindingId::MissingEntry,
-                  inQuotes(nameOf(entry)) + " has no value: the reference inserts nothing" +
+                  inQuotes(nameOf(entry)) + (model.accepts(entry) ? " has no value" : " is not registered") +
+                      ": the reference inserts nothing" +
                       (meant ? "; did you mean " + inQuotes(nameOf(*meant)) + "?" : ""),
                   findings);
         }

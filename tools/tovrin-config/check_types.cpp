@@ -106,16 +106,11 @@ void checkItem(const Item &item, ValueType type, StaticTexts &texts, const Check
     const auto text = texts.textOf(item);
     if (!text)
         return;
-    const auto &setting = context.model.setting(item.setting);
-    const auto add = [&](FindingId id, std::string problem) {
-        findings.add(id, setting.file->path, setting.assignment->line, context.model.columnOf(item),
-                     std::move(problem));
-    };
     if (type == ValueType::Mount) {
         if (auto problem = mountProblem(*text); !problem.empty())
-            add(FindingId::MountEntry, std::move(problem));
+            addAt(context.model, item, 0, FindingId::MountEntry, std::move(problem), findings);
     } else if (const auto problem = obstacle(*text, type); !problem.empty()) {
-        add(FindingId::WrongType, inQuotes(*text) + ' ' + problem);
+        addAt(context.model, item, 0, FindingId::WrongType, inQuotes(*text) + ' ' + problem, findings);
     }
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-// What check looks for. Each function finds one family of things; none depends on another.
+// What check looks for. Each of the functions below finds one family of things; none depends on another.
 
 #include "check_model.h"
 #include "findings.h"
@@ -20,6 +20,14 @@ struct CheckContext {
     const std::vector<KnownKey> &knownKeys;
     const Model &model;
 };
+
+// "PATH:LINE", for texts that name another place than their own.
+std::string placeOf(const Model::Setting &setting);
+
+// Add a finding about a place in the line of an assignment, or of one of its items.
+void addAt(const Model::Setting &setting, std::size_t column, FindingId id, std::string text, Findings &findings);
+void addAt(const Model &model, const Model::Item &item, std::size_t offset, FindingId id, std::string text,
+           Findings &findings);
 
 // Files that are not read, or not in the order that a person expects.
 void lintFiles(const CheckContext &context, Findings &findings);

@@ -55,8 +55,8 @@ extern "C" void endGroupToo(int signal)
 {
     if (runningGroup != 0)
         kill(-static_cast<pid_t>(runningGroup), SIGKILL);
-    std::signal(signal, SIG_DFL);
-    raise(signal);
+    static_cast<void>(std::signal(signal, SIG_DFL));
+    static_cast<void>(raise(signal));
 }
 
 // While in scope, signals that end this process end the group of the command first: being in a group of its own, it

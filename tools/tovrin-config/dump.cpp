@@ -11,8 +11,8 @@ namespace Tovrin::Tool {
 namespace {
 
 struct Shown {
-    std::string text; // a template text
-    const Evaluation::Value *value;
+    std::string text;               // a template text
+    const Evaluation::Value *value; // cppcheck-suppress unusedStructMember; it is, through spans
 };
 
 class Dump {

@@ -106,9 +106,10 @@ private:
             return;
         out_ += "\nNot read:\n";
         for (const auto &[file, reason, count, assignments] : story_.unread) {
-            const auto line = file->badLines.empty() ? "" : ':' + std::to_string(file->badLines.front().line);
-            out_ += "  " + paint_.cyan(printable(file->path) + line) + ": " + reason + "\n      " +
-                    std::to_string(count) + (count == 1 ? " assignment" : " assignments") + " not read, " +
+            const auto where =
+                file->badLines.empty() ? printable(file->path) : place(*file, file->badLines.front().line);
+            out_ += "  " + paint_.cyan(where) + ": " + reason + '\n';
+            out_ += "      " + std::to_string(count) + (count == 1 ? " assignment" : " assignments") + " not read, " +
                     (assignments.empty() ? "none of this key" : "of this key:") + '\n';
             for (const auto *assignment : assignments)
                 tellAssignment(*file, *assignment, "      ");

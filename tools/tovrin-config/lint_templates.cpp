@@ -44,8 +44,7 @@ public:
 private:
     void add(FindingId id, std::size_t offset, std::string text)
     {
-        findings_.add(id, setting_.file->path, setting_.assignment->line, context_.model.columnOf(*item_, offset),
-                      std::move(text));
+        addAt(context_.model, *item_, offset, id, std::move(text), findings_);
     }
 
     void lintPieces()

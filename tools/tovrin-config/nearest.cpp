@@ -27,13 +27,12 @@ std::size_t distance(std::string_view from, std::string_view to, std::size_t lim
 {
     if (std::max(from.size(), to.size()) - std::min(from.size(), to.size()) > limit)
         return limit + 1;
-    std::vector<std::size_t> beforeLast;
     std::vector<std::size_t> last;
     std::vector<std::size_t> row(to.size() + 1);
     for (std::size_t j = 0; j <= to.size(); ++j)
         row[j] = j;
     for (std::size_t i = 1; i <= from.size(); ++i) {
-        beforeLast = std::move(last);
+        const auto beforeLast = std::move(last);
         last = row;
         row[0] = i;
         for (std::size_t j = 1; j <= to.size(); ++j) {

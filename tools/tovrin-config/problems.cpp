@@ -21,7 +21,7 @@ using Parser::Logging::lConfigParser;
 using Parser::Logging::LoggerConfig;
 
 struct Kind {
-    std::string_view recordStart; // of the library
+    std::string_view recordStart; // cppcheck-suppress unusedStructMember; of the library
     std::string_view name;
     bool isError;
     bool isWarning;

@@ -144,18 +144,15 @@ public:
         constexpr std::ptrdiff_t Usual = 64; // lines; a file of others grows as it goes
         const auto lines = std::count(file_.text.begin(), file_.text.end(), '\n') + 1;
         file_.assignments.reserve(static_cast<std::size_t>(std::min(lines, Usual)));
-        for (auto rest = file_.text; !rest.empty();) {
-            ++line_;
-            const auto kind = Parser::kindOfLine(static_cast<unsigned char>(rest.front()));
-            sort(kind, Parser::takeUntil(rest, '\n'));
-        }
+        for (auto rest = file_.text; !rest.empty(); ++line_)
+            sort(Parser::takeUntil(rest, '\n'));
         file_.endsWithNewline = file_.text.empty() || file_.text.back() == '\n';
     }
 
 private:
-    void sort(Parser::LineKind kind, std::string_view text)
+    void sort(std::string_view text)
     {
-        switch (kind) {
+        switch (text.empty() ? Parser::LineKind::Skipped : Parser::kindOfLine(static_cast<unsigned char>(text[0]))) {
         case Parser::LineKind::End:
         case Parser::LineKind::Skipped:
             break;
@@ -198,7 +195,7 @@ private:
     SourceFile &file_;
     std::string_view group_;
     std::uint32_t headerLine_ = 0;
-    std::uint32_t line_ = 0;
+    std::uint32_t line_ = 1;
 };
 
 std::vector<std::string> filesOf(const std::string &directory)

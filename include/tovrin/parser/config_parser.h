@@ -61,7 +61,8 @@ public:
     // Logs a warning if keys are registered and this one is not among them.
     void checkKey(const std::string &group, const std::string &key) const;
 
-    // True once a value was stored in the group, also when all its keys were dropped since.
+    // True once a value was stored in the group, or a list getter asked for a key of it; also when all its keys were
+    // dropped since.
     bool contains(const std::string &group) const;
 
     // True if the key has an entry. Warns as checkKey() does.
@@ -125,17 +126,26 @@ public:
     // One (group, key) with its resolved values; a copy, independent of the parser.
     class TOVRIN_EXPORT value_type {
     public:
+        // Holds copies of the names, and one value or a list of them.
         value_type(const std::string &group, const std::string &key, const std::string &value);
         value_type(const std::string &group, const std::string &key, const std::vector<std::string> &values);
         value_type(const value_type &other);
         value_type &operator=(const value_type &other);
         ~value_type();
 
+        // The name of the group; "" for entries before the first header of a file.
         std::string group() const;
+
+        // The name of the key.
         std::string key() const;
+
+        // The values, in the order in which a list getter gives them.
         std::vector<std::string> value() const;
 
-        // Deliberately not const: this is how the exported interface has them.
+        // Equal if group, key and all values are.
+        //
+        // Deliberately not const: this is how the exported interface has them. So clang warns in C++20
+        // (-Wambiguous-reversed-operator), unless one side of the comparison is const.
         bool operator==(const value_type &other);
         bool operator!=(const value_type &other);
 
@@ -145,18 +155,20 @@ public:
         std::string group_;
     };
 
+    // An input iterator: each dereferencing makes a new value_type, so there is nothing to point to.
     using iterator_category = std::input_iterator_tag;
     using difference_type = std::ptrdiff_t;
     using pointer = void;
     using reference = value_type;
 
-    // The first entry of the store, or its end. Programs call ConfigParser::begin() and end().
+    // The first entry of the store, which must outlive the iterator, or its end. Programs call ConfigParser::begin()
+    // and end(). Copies stand where the original stands, and move on their own.
     ConfigParserIterator(const ConfigParserPrivate *store, bool atEnd);
     ConfigParserIterator(const ConfigParserIterator &other);
     ConfigParserIterator &operator=(const ConfigParserIterator &other);
     ~ConfigParserIterator();
 
-    // Advancing the end leaves it where it is.
+    // Goes to the next entry; the end stays where it is. The second form returns where the iterator stood before.
     ConfigParserIterator &operator++();
     ConfigParserIterator operator++(int);
 

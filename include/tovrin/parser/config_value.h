@@ -23,6 +23,7 @@ namespace Tovrin::Parser {
 // Copies are deep. A value is for one thread at a time.
 class TOVRIN_EXPORT ConfigValue {
 public:
+    // Whether there are references; the numbers are fixed.
     enum Type : std::int32_t {
         Plain = 0,
         WithReferences = 1,
@@ -35,6 +36,7 @@ public:
     ConfigValue(const std::string &text);
     ConfigValue(const char *text);
 
+    // Copies text, references and positions.
     ConfigValue(const ConfigValue &other);
     ConfigValue &operator=(const ConfigValue &other);
     ~ConfigValue();

@@ -32,12 +32,14 @@ class KeyFileCursor;
 // A reader and its iterators are for one thread at a time; the reader must outlive its iterators.
 class TOVRIN_EXPORT KeyFileParser {
 public:
+    // Where a walk stands. It has the file open, and owns the entry that it shows; it can be moved but not copied.
     class TOVRIN_EXPORT iterator {
     public:
+        // One entry, as the file has it.
         struct data {
-            std::string group;
-            std::string key;
-            std::string value;
+            std::string group; // "" before the first header
+            std::string key;   // up to the first "="
+            std::string value; // behind it; "" if there is nothing
         };
 
         // Opens the file and advances to the first entry, or goes to the end of the file.
@@ -46,10 +48,11 @@ public:
         iterator &operator=(iterator &&other) noexcept;
         ~iterator();
 
-        // The last entry that was read; all empty before the first.
+        // The last entry that was read; all empty before the first. Valid until the iterator is moved or advanced.
         data &operator*();
         data *operator->();
 
+        // The same as seekNext().
         iterator &operator++();
 
         // Equal if both belong to the same reader and stand at the same offset of the file.

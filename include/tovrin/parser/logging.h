@@ -30,6 +30,7 @@ class LoggerConfigPrivate;
 // leave the setting as it was, report the value at LogError through this very configuration, and return false.
 class TOVRIN_EXPORT LoggerConfig {
 public:
+    // The name of a configuration; the text is copied.
     using Ident = const char *;
 
     // Lower is more severe. A configuration lets through the records of its own level and of lower ones.
@@ -41,6 +42,7 @@ public:
         LogDebug,
     };
 
+    // Where records go.
     enum Target : std::int32_t {
         Systemd, // the journal: the message alone, at syslog priority 2, 3, 4, 6 or 7
         Stdout,  // "LEVEL: message" and a newline on std::cout
@@ -71,6 +73,7 @@ public:
     // True if records of this level are let through.
     bool enabled(Level level) const;
 
+    // Where records go now.
     Target target() const;
 
     // Stores the level, whatever it is, and returns true.
@@ -127,6 +130,7 @@ public:
     Logger(const Logger &) = delete;
     Logger &operator=(const Logger &) = delete;
 
+    // The level of this record, whatever that of its configuration.
     LoggerConfig::Level level() const { return level_; }
 
     // Each appends one part. A null pointer is written as "(null)". A number without Logging::Types in sight converts
@@ -175,6 +179,7 @@ private:
     char inline_[InlineSize];
 };
 
+// Begins a record at this level; with an empty handle, one for nobody.
 TOVRIN_EXPORT Logger logCritical(const std::shared_ptr<LoggerConfig> &config);
 TOVRIN_EXPORT Logger logError(const std::shared_ptr<LoggerConfig> &config);
 TOVRIN_EXPORT Logger logWarning(const std::shared_ptr<LoggerConfig> &config);
@@ -199,6 +204,8 @@ TOVRIN_EXPORT void setupLogging(const ConfigParser *config);
 // "vector<int>{1, 2}".
 namespace Types {
 
+// Appends one value and returns the record: "true" or "false", a character, a number, or an address, "null" for a null
+// pointer. An address is deliberately written as the global locale has it, unlike the numbers.
 TOVRIN_EXPORT Logger &operator<<(Logger &record, bool value);
 TOVRIN_EXPORT Logger &operator<<(Logger &record, signed char value);
 TOVRIN_EXPORT Logger &operator<<(Logger &record, unsigned char value);
@@ -218,6 +225,7 @@ inline Logger &operator<<(Logger &record, std::nullptr_t)
     return record << static_cast<const void *>(nullptr);
 }
 
+// Appends a list and returns the record. Each value is written as it would be alone.
 TOVRIN_EXPORT Logger &operator<<(Logger &record, const std::vector<bool> &values);
 TOVRIN_EXPORT Logger &operator<<(Logger &record, const std::vector<char> &values);
 TOVRIN_EXPORT Logger &operator<<(Logger &record, const std::vector<signed char> &values);
