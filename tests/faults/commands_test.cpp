@@ -29,11 +29,6 @@ using Tovrin::Testing::openDescriptors;
 using Tovrin::Testing::TempTree;
 using Texts = std::vector<std::string>;
 
-bool anyProcessLeft()
-{
-    return waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD;
-}
-
 TEST(Command, MayFloodWhatIsReadFromIt)
 {
     int status = -1;
@@ -45,6 +40,11 @@ TEST(Command, MayFloodWhatIsReadFromIt)
 
 // Not where the limit cannot be set: the emulator ignores it, and a sanitizer needs more than there is.
 #if !defined(TOVRIN_EMULATOR) && !defined(__SANITIZE_ADDRESS__)
+
+bool anyProcessLeft()
+{
+    return waitpid(-1, nullptr, WNOHANG) != -1 || errno != ECHILD;
+}
 
 TEST(Command, IsEndedWhenItsOutputDoesNotFitIntoMemory)
 {

@@ -14,6 +14,7 @@
 #include <iostream>
 #include <locale>
 #include <optional>
+#include <stdexcept>
 #include <thread>
 
 #include <fcntl.h>
@@ -324,6 +325,17 @@ TEST(Logger, NeverThrowsAlthoughAStreamDoes)
     EXPECT_NO_THROW(logError(makeConfig(LoggerConfig::Stderr)) << "text");
     std::cerr.exceptions(std::ios::goodbit);
     EXPECT_EQ(buffer.writes.size(), 1u);
+}
+
+TEST(Logger, NeverThrowsAlthoughTheBufferOfAStreamDoes)
+{
+    struct : std::streambuf {
+        int_type overflow(int_type) override { throw std::runtime_error("full"); }
+    } buffer;
+    const CapturedStream restored(std::cerr);
+    std::cerr.rdbuf(&buffer);
+    EXPECT_NO_THROW(logError(makeConfig(LoggerConfig::Stderr)) << "text");
+    EXPECT_TRUE(std::cerr.bad());
 }
 
 TEST(Logger, LeavesTheFormatOfTheStreamAlone)

@@ -72,6 +72,19 @@ TEST_F(CommandLine, RejectsAFileOfKeysThatIsWrong)
     }
 }
 
+// Not where the limit cannot be set: the emulator ignores it, and a sanitizer needs more than there is.
+#if !defined(TOVRIN_EMULATOR) && !defined(__SANITIZE_ADDRESS__)
+
+TEST_F(CommandLine, FailsWhenMemoryRunsOut)
+{
+    folder.write("a.conf", "[G]\nk=" + std::string(60 << 20, 'x') + "\n");
+    for (const std::string command : {"dump", "get G k"})
+        EXPECT_EQ(run("ulimit -v 80000; tovrin-config " + command + " a.conf"),
+                  (Outcome{1, "", "tovrin-config: std::bad_alloc\n"}));
+}
+
+#endif
+
 TEST_F(CommandLine, TellsItsVersion)
 {
     EXPECT_EQ(run("tovrin-config --version"), (Outcome{0, "tovrin-config " TOVRIN_VERSION "\n", ""}));

@@ -6,6 +6,9 @@
 #include "graph.h"
 #include "options.h"
 
+#include <cstdio>
+#include <exception>
+
 namespace {
 
 using namespace Tovrin::Tool;
@@ -18,12 +21,22 @@ struct Run {
     ExitCode operator()(const CheckOptions &options) const { return check(options); }
 };
 
-} // namespace
-
-int main(int argc, char **argv)
+ExitCode run(int argc, char **argv)
 {
     const auto request = parseCommandLine(argc, argv);
     if (const auto *exitCode = std::get_if<ExitCode>(&request))
         return *exitCode;
     return std::visit(Run(), std::get<Request>(request));
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &error) { // in the end only a lack of memory
+        static_cast<void>(std::fprintf(stderr, "tovrin-config: %s\n", error.what()));
+        return Failure;
+    }
 }
