@@ -54,6 +54,24 @@ TEST_F(CheckFiles, FindsNothingToRead)
     expectFindings("f e", {"e:1:1: note: no \"*.conf\" in this directory [empty-directory]"});
 }
 
+TEST_F(CheckFiles, FindsDirectoriesThatProgramsTakeForPatterns)
+{
+    const std::string finding =
+        ":1:1: error: a program takes this name for a pattern, and reads all that matches it instead "
+        "[pattern-directory]";
+    write("x1/b.conf", "bad\n");
+    for (const std::string name : {"x[1]", "x*", "x?", "x\\1"}) {
+        write(name + "/a.conf", "[G]\nk= v\n");
+        const auto path = name + "/a.conf";
+        expectFindings("'" + name + "'", {name + finding, path + ":2:3: note: white space behind \"=\" is cut off "
+                                                                 "[space-after-equals]"});
+    }
+    write("x[1/a.conf", "k=v\n");
+    expectFindings("'x[1'", {});
+    expectFindings("'x[1]/a.conf'", {"x[1]/a.conf:2:3: note: white space behind \"=\" is cut off "
+                                     "[space-after-equals]"});
+}
+
 TEST_F(CheckFiles, NotesFilesThatAreNotRead)
 {
     for (const std::string name : {"d/a.conf", "d/b.conf~", "d/.c.conf", "d/README", "d/sub/x"})
