@@ -117,6 +117,14 @@ TEST_F(Check, FindsKeysThatLookLikeAnother)
     expectFindingsIn("[G]\nDev Nodes=a\nDevNodes=b\nDevNodes=c\n",
                      {"a.conf:2:1: warning: key \"Dev Nodes\" differs only in white space from \"DevNodes\" at "
                       "a.conf:3 [near-name]"});
+    expectFindingsIn("[G]\na b=1\nab =2\n",
+                     {"a.conf:3:1: warning: key \"ab \" differs only in white space from \"a b\" at a.conf:2 "
+                      "[near-name]",
+                      "a.conf:3:3: warning: white space before \"=\" belongs to the key, which is \"ab \" "
+                      "[space-before-equals]"});
+    expectFindingsIn("[G]\nDevNodes=1\ndev nodes=2\n",
+                     {"a.conf:3:1: warning: key \"dev nodes\" differs only in case and white space from "
+                      "\"DevNodes\" at a.conf:2 [near-name]"});
 }
 
 TEST_F(Check, FindsGroupsThatLookLikeAnother)
