@@ -455,17 +455,18 @@ TEST_F(Check, FindsMountEntriesThatAreRejectedAndWhy)
                     "Mounts=/a /b ext4 ro 0 0\n"
                     "Mounts=/a /b none bind 1 0\n"
                     "Mounts=/a /b none bind 0 2\n");
-    expectFindings(
-        "--keys keys a.conf",
-        {"a.conf:4:37: error: Not enough parts in mount entry, which has 5 instead of 6, with one space between two "
-         "[mount-entry]",
-         "a.conf:5:8: error: Not enough parts in mount entry, which has 7 instead of 6, with one space between two "
-         "[mount-entry]",
-         "a.conf:6:8: error: Mount entry must begin with '/' or be 'tmpfs' or 'none' [mount-entry]",
-         "a.conf:7:8: error: File system type must be 'none' or 'tmpfs' instead of 'ext4' in mount entry "
-         "[mount-entry]",
-         "a.conf:8:8: error: Dump value must be '0' instead of '1' in mount entry [mount-entry]",
-         "a.conf:9:8: error: Backup value must be '0' instead of '2' in mount entry [mount-entry]"});
+    expectFindings("--keys keys a.conf",
+                   {"a.conf:4:37: error: Not enough parts in mount entry, which has 5 fields instead of 6; one space "
+                    "stands between "
+                    "two [mount-entry]",
+                    "a.conf:5:8: error: Not enough parts in mount entry, which has 7 fields instead of 6; one space "
+                    "stands between "
+                    "two [mount-entry]",
+                    "a.conf:6:8: error: Mount entry must begin with '/' or be 'tmpfs' or 'none' [mount-entry]",
+                    "a.conf:7:8: error: File system type must be 'none' or 'tmpfs' instead of 'ext4' in mount entry "
+                    "[mount-entry]",
+                    "a.conf:8:8: error: Dump value must be '0' instead of '1' in mount entry [mount-entry]",
+                    "a.conf:9:8: error: Backup value must be '0' instead of '2' in mount entry [mount-entry]"});
 }
 
 // The answer
