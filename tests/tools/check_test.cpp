@@ -50,6 +50,20 @@ TEST_F(Check, NamesTheOneEntryThatABadLineCosts)
     expectFindingsIn("bad\n", {"a.conf:1:4: error: no \"=\" behind the key [no-equals]"});
 }
 
+TEST_F(Check, SaysThatABadLineMayCostLaterFiles)
+{
+    write("d/1.conf", "bad\nk=1\n");
+    write("d/2.conf", "bad\n");
+    write("e/3.conf", "bad\n");
+    write("f.conf", "bad\n");
+    const std::string bad = ":1:4: error: no \"=\" behind the key";
+    const std::string later = "; a program that calls readDirectories reads no later file either";
+    expectFindings("f.conf d e f.conf",
+                   {"d/1.conf" + bad + "; reading stops here, and the entry of line 2 is lost" + later + " [no-equals]",
+                    "d/2.conf" + bad + later + " [no-equals]", "e/3.conf" + bad + " [no-equals]",
+                    "f.conf" + bad + " [no-equals]", "f.conf" + bad + " [no-equals]"});
+}
+
 TEST_F(Check, FindsAMissingNewline)
 {
     expectFindingsIn("[G]\nk=v", {"a.conf:2:4: error: no newline at the end of the file: a program that reads it "
