@@ -142,6 +142,25 @@ TEST_F(CheckFiles, KnowsThatNobodyReplacesFilesInAStickyDirectory)
                          "[runs-command]"});
 }
 
+TEST_F(CheckFiles, WarnsOfTheCommandsOfOtherUsers)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can give files away";
+    const std::string place = "d/a.conf:1:3: ";
+    const std::string note = "note: each program that reads this runs the command of \"${system:true}\" [runs-command]";
+    const std::string warning = "warning: each program that reads this runs a command, which others may change: "
+                                "\"${system:true}\" [unsafe-command]";
+    write("d/a.conf", "k=${system:true}\n");
+    expectFindings("d", {place + note});
+    run("chown 65534 d/a.conf");
+    expectFindings("d", {place + warning});
+    run("chown 0 d/a.conf; chown 65534 d");
+    expectFindings("d", {place + warning});
+    run("chown 65534 d/a.conf; chmod 755 . d");
+    EXPECT_EQ(run("setpriv --reuid=65534 --clear-groups tovrin-config check d"),
+              (Outcome{0, place + note + "\n0 errors, 0 warnings, 1 note\n", ""}));
+}
+
 TEST_F(CheckFiles, CountsAGroupAsOthersUnlessTheOwnerHasItAlone)
 {
     write("a.conf", "");
