@@ -254,7 +254,8 @@ TEST_F(Check, FindsBrokenTemplates)
                      "f=${nothing like it:x}\n"
                      "g=${HOME}\n"
                      "h=${config:a/b/c};${config:G}\n"
-                     "i=${envfile:/etc/os-release}\n",
+                     "i=${envfile:/etc/os-release}\n"
+                     "j=${}\n",
                      {"a.conf:1:4: error: \"$\" alone: write \"$$\" for a dollar sign [lone-dollar]",
                       "a.conf:2:5: error: \"$\" alone: write \"$$\" for a dollar sign [lone-dollar]",
                       "a.conf:3:4: error: \"${\" without a \"}\" [unterminated-template]",
@@ -268,7 +269,8 @@ TEST_F(Check, FindsBrokenTemplates)
                       "[config-form]",
                       "a.conf:8:19: error: \"${config:G}\" is not of the form \"${config:GROUP/KEY}\" [config-form]",
                       "a.conf:9:3: error: \"${envfile:/etc/os-release}\" is not of the form "
-                      "\"${envfile:PATH:NAME}\" [envfile-form]"});
+                      "\"${envfile:PATH:NAME}\" [envfile-form]",
+                      "a.conf:10:3: error: \"${}\" names no template [unknown-template]"});
 }
 
 TEST_F(Check, KnowsTheTemplatesThatTheProgramRegisters)
@@ -471,11 +473,9 @@ TEST_F(Check, FindsMountEntriesThatAreRejectedAndWhy)
                     "Mounts=/a /b none bind 0 2\n");
     expectFindings("--keys keys a.conf",
                    {"a.conf:4:37: error: Not enough parts in mount entry, which has 5 fields instead of 6; one space "
-                    "stands between "
-                    "two [mount-entry]",
+                    "stands between two [mount-entry]",
                     "a.conf:5:8: error: Not enough parts in mount entry, which has 7 fields instead of 6; one space "
-                    "stands between "
-                    "two [mount-entry]",
+                    "stands between two [mount-entry]",
                     "a.conf:6:8: error: Mount entry must begin with '/' or be 'tmpfs' or 'none' [mount-entry]",
                     "a.conf:7:8: error: File system type must be 'none' or 'tmpfs' instead of 'ext4' in mount entry "
                     "[mount-entry]",
