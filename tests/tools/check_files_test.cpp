@@ -54,6 +54,24 @@ TEST_F(CheckFiles, FindsNothingToRead)
     expectFindings("f e", {"e:1:1: note: no \"*.conf\" in this directory [empty-directory]"});
 }
 
+TEST_F(CheckFiles, FindsDirectoriesThatProgramsTakeForPatterns)
+{
+    const std::string finding =
+        ":1:1: error: a program takes this name for a pattern, and reads all that matches it instead "
+        "[pattern-directory]";
+    write("x1/b.conf", "bad\n");
+    for (const std::string name : {"x[1]", "x*", "x?", "x\\1"}) {
+        write(name + "/a.conf", "[G]\nk= v\n");
+        const auto path = name + "/a.conf";
+        expectFindings("'" + name + "'", {name + finding, path + ":2:3: note: white space behind \"=\" is cut off "
+                                                                 "[space-after-equals]"});
+    }
+    write("x[1/a.conf", "k=v\n");
+    expectFindings("'x[1'", {});
+    expectFindings("'x[1]/a.conf'", {"x[1]/a.conf:2:3: note: white space behind \"=\" is cut off "
+                                     "[space-after-equals]"});
+}
+
 TEST_F(CheckFiles, NotesFilesThatAreNotRead)
 {
     for (const std::string name : {"d/a.conf", "d/b.conf~", "d/.c.conf", "d/README", "d/sub/x"})
@@ -122,6 +140,25 @@ TEST_F(CheckFiles, KnowsThatNobodyReplacesFilesInAStickyDirectory)
     expectFindings("d", {"d:1:1: warning: others may put files into this directory [writable-directory]",
                          "d/a.conf:1:3: note: each program that reads this runs the command of \"${system:true}\" "
                          "[runs-command]"});
+}
+
+TEST_F(CheckFiles, WarnsOfTheCommandsOfOtherUsers)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root can give files away";
+    const std::string place = "d/a.conf:1:3: ";
+    const std::string note = "note: each program that reads this runs the command of \"${system:true}\" [runs-command]";
+    const std::string warning = "warning: each program that reads this runs a command, which others may change: "
+                                "\"${system:true}\" [unsafe-command]";
+    write("d/a.conf", "k=${system:true}\n");
+    expectFindings("d", {place + note});
+    run("chown 65534 d/a.conf");
+    expectFindings("d", {place + warning});
+    run("chown 0 d/a.conf; chown 65534 d");
+    expectFindings("d", {place + warning});
+    run("chown 65534 d/a.conf; chmod 755 . d");
+    EXPECT_EQ(run("setpriv --reuid=65534 --clear-groups tovrin-config check d"),
+              (Outcome{0, place + note + "\n0 errors, 0 warnings, 1 note\n", ""}));
 }
 
 TEST_F(CheckFiles, CountsAGroupAsOthersUnlessTheOwnerHasItAlone)

@@ -34,12 +34,12 @@ TEST(FindingIds, AreThoseOfTheDocumentInItsOrder)
     EXPECT_EQ(rowsOfDocument(), rows);
 }
 
-TEST(FindingIds, OfTheManualExist)
+TEST(FindingIds, AreAllInTheManual)
 {
     std::set<std::string> known;
     for (const auto &kind : allFindingKinds())
         known.emplace(kind.id);
-    std::size_t count = 0;
+    std::set<std::string> told;
     std::ifstream file(TOVRIN_MANUALS "/tovrin.conf.5");
     for (std::string line; std::getline(file, line);) {
         const auto mark = line.find(" Bq ");
@@ -47,13 +47,11 @@ TEST(FindingIds, OfTheManualExist)
             continue;
         std::istringstream ids(line.substr(mark + 4));
         for (std::string id; ids >> id;) {
-            if (id == ",")
-                continue;
-            EXPECT_EQ(known.count(id), 1u) << id;
-            ++count;
+            if (id != ",")
+                told.insert(id);
         }
     }
-    EXPECT_GT(count, 30u);
+    EXPECT_EQ(told, known);
 }
 
 } // namespace

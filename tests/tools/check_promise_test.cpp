@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 
 using Tovrin::Parser::ConfigParser;
@@ -74,6 +75,8 @@ private:
         }
         if (mistake() && !text.empty())
             text.insert(text.find('\n') + 1, oneOf({" bad\n", "[bad\n", "bad\n", "b/d=\n", "[b/d]\n", "\r\n"}));
+        if (mistake() && !text.empty())
+            text.pop_back();
         return text;
     }
 
@@ -149,6 +152,13 @@ bool worksInLibrary(const Generated &generated)
     return loaded && records.errors().empty() && records.criticals().empty();
 }
 
+// The library would not return from reading it.
+bool hangsLibrary(const Generated &generated)
+{
+    const auto hangs = [](const std::string &path) { return readSourceFile(path).readingHangs(); };
+    return std::any_of(generated.options.paths.begin(), generated.options.paths.end(), hangs);
+}
+
 std::string textsOf(const Generated &generated)
 {
     std::string texts;
@@ -166,7 +176,7 @@ TEST(CheckPromise, NoErrorMeansThatTheLibraryHasNone)
         const auto findings = findingsIn(generated.options, generated.knownKeys);
         const bool promised = findings.count(Severity::Error) == 0;
         const auto text = findings.text(Color::Never);
-        ASSERT_EQ(promised, worksInLibrary(generated)) << text << textsOf(generated);
+        ASSERT_EQ(promised, !hangsLibrary(generated) && worksInLibrary(generated)) << text << textsOf(generated);
         found[""] += promised ? 1 : 0;
         for (const auto &kind : allFindingKinds())
             found[std::string(kind.id)] += text.find("[" + std::string(kind.id) + "]") != std::string::npos ? 1 : 0;
@@ -174,7 +184,7 @@ TEST(CheckPromise, NoErrorMeansThatTheLibraryHasNone)
     // The promise was made often, and was not made for every reason.
     EXPECT_GT(found[""], 500);
     for (const std::string id :
-         {"unexpected-line", "bad-header", "bad-group-name", "no-equals", "bad-key-name", "lone-dollar",
+         {"unexpected-line", "bad-header", "bad-group-name", "no-equals", "bad-key-name", "no-newline", "lone-dollar",
           "unterminated-template", "cut-template", "unknown-source", "unknown-template", "config-form", "envfile-form",
           "cycle", "into-cycle", "over-budget"})
         EXPECT_GT(found[id], 5) << id;

@@ -25,7 +25,7 @@ bool areErrors(const Findings &findings, bool strict)
 
 Findings findingsIn(const CheckOptions &options, const std::vector<KnownKey> &knownKeys)
 {
-    const auto sources = readSources(options.paths);
+    const auto sources = readSources(options.paths, Naming::Exact);
     const WriteAccess access(sources);
     const Model model(sources, knownKeys, options.templates);
     Findings findings;

@@ -4,6 +4,8 @@
 #include "nearest.h"
 #include "text_scan.h"
 
+#include <algorithm>
+
 namespace Tovrin::Tool {
 
 namespace {
@@ -26,6 +28,12 @@ std::uint32_t hashOfKey(std::string_view key)
 }
 
 } // namespace
+
+std::string withoutCapitals(std::string text)
+{
+    std::transform(text.begin(), text.end(), text.begin(), Parser::toLower);
+    return text;
+}
 
 bool lookSame(std::string_view a, std::string_view b)
 {

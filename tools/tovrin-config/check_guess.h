@@ -13,6 +13,8 @@
 
 namespace Tovrin::Tool {
 
+std::string withoutCapitals(std::string text);
+
 // Whether names differ at most in what people overlook: white space, and capitals in the place of small letters.
 bool lookSame(std::string_view a, std::string_view b);
 

@@ -3,6 +3,8 @@
 
 #include "check_guess.h"
 
+#include <algorithm>
+
 namespace Tovrin::Tool {
 
 namespace {
@@ -20,10 +22,18 @@ std::vector<Model::Number> registeredEntries(const Model &model)
     return numbers;
 }
 
-// How two names differ that look the same.
-std::string difference(std::string_view a, std::string_view b)
+std::string withoutBlanks(std::string text)
 {
-    return a.size() == b.size() ? "in case" : "in white space";
+    text.erase(std::remove(text.begin(), text.end(), ' '), text.end());
+    return text;
+}
+
+// How two names differ that look the same.
+std::string difference(const std::string &a, const std::string &b)
+{
+    if (withoutCapitals(a) == withoutCapitals(b))
+        return "in case";
+    return withoutBlanks(a) == withoutBlanks(b) ? "in white space" : "in case and white space";
 }
 
 void reportUnregistered(const Setting &setting, const Entry &entry, Guesser &guesser, Findings &findings)
@@ -77,8 +87,8 @@ private:
 void reportKey(const Model &model, const Entry &wrong, const Entry &right, Findings &findings)
 {
     addAt(model.setting(wrong.firstSetting), 1, FindingId::NearName,
-          "key " + inQuotes(wrong.key) + " differs only " + difference(wrong.key, right.key) + " from " +
-              inQuotes(right.key) + " at " + placeOf(model.setting(right.firstSetting)),
+          "key " + inQuotes(wrong.key) + " differs only " + difference(std::string(wrong.key), std::string(right.key)) +
+              " from " + inQuotes(right.key) + " at " + placeOf(model.setting(right.firstSetting)),
           findings);
 }
 
@@ -129,9 +139,9 @@ void reportGroup(const Group &wrong, const Group &right, Findings &findings)
 {
     const auto line = headerLineOf(*wrong.firstSetting);
     findings.add(FindingId::NearName, wrong.firstSetting->file->path, line, 1,
-                 "group " + inQuotes(wrong.name) + " differs only " + difference(wrong.name, right.name) + " from " +
-                     inQuotes(right.name) + " at " + right.firstSetting->file->path + ":" +
-                     std::to_string(headerLineOf(*right.firstSetting)));
+                 "group " + inQuotes(wrong.name) + " differs only " +
+                     difference(std::string(wrong.name), std::string(right.name)) + " from " + inQuotes(right.name) +
+                     " at " + right.firstSetting->file->path + ":" + std::to_string(headerLineOf(*right.firstSetting)));
 }
 
 void checkGroups(const Model &model, Findings &findings)

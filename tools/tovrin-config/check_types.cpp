@@ -97,7 +97,7 @@ std::string mountProblem(const std::string &text)
     problem.resize(problem.size() - 2); // the ": " before the entry
     const auto fields = Parser::Helpers::split(text, ' ').size();
     if (problem.starts_with("Not enough parts"))
-        problem += ", which has " + std::to_string(fields) + " instead of 6, with one space between two";
+        problem += ", which has " + std::to_string(fields) + " fields instead of 6; one space stands between two";
     return problem;
 }
 

@@ -22,6 +22,7 @@ constexpr std::array<FindingKind, static_cast<std::size_t>(FindingId::Count)> Ki
     {FindingId::NotAFile, "not-a-file", Error},
     {FindingId::NothingToRead, "nothing-to-read", Error},
     {FindingId::EmptyDirectory, "empty-directory", Note},
+    {FindingId::PatternDirectory, "pattern-directory", Error},
     {FindingId::IgnoredFile, "ignored-file", Note},
     {FindingId::NotConf, "not-conf", Note},
     {FindingId::FileOrder, "file-order", Warning},

@@ -24,6 +24,7 @@ enum class FindingId {
     NotAFile,
     NothingToRead,
     EmptyDirectory,
+    PatternDirectory,
     IgnoredFile,
     NotConf,
     FileOrder,

@@ -8,6 +8,7 @@
 #include <algorithm>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace Tovrin::Tool {
 
@@ -19,12 +20,20 @@ bool othersMayWrite(mode_t mode, uid_t owner, gid_t group)
     return (mode & S_IWOTH) != 0 || ((mode & S_IWGRP) != 0 && groupIsOthers);
 }
 
+// A user whose commands neither root nor who asks should run.
+bool isForeign(uid_t owner)
+{
+    return owner != 0 && owner != geteuid();
+}
+
 WriteAccess::Directory accessOf(const std::string &path)
 {
     struct stat status;
-    if (stat(path.c_str(), &status) != 0 || !othersMayWrite(status.st_mode, status.st_uid, status.st_gid))
-        return {path, false, false};
-    return {path, true, (status.st_mode & S_ISVTX) == 0}; // sticky: one may remove only what one owns
+    if (stat(path.c_str(), &status) != 0)
+        return {path, false, false, false};
+    const bool addable = othersMayWrite(status.st_mode, status.st_uid, status.st_gid);
+    const bool isSticky = (status.st_mode & S_ISVTX) != 0; // one may remove only what one owns
+    return {path, addable, addable && !isSticky, isForeign(status.st_uid)};
 }
 
 } // namespace
@@ -35,7 +44,8 @@ WriteAccess::WriteAccess(const Sources &sources) : decided_(sources.files.size()
         const auto number = directoryNumber(path.isDirectory ? path.path : Parser::Helpers::dirpath(path.path));
         for (std::size_t i = 0; i < path.fileCount; ++i) {
             const auto file = path.firstFile + i;
-            decided_[file] = directories_[number].replaceable || othersMayWrite(sources.files[file]);
+            decided_[file] = directories_[number].replaceable || directories_[number].isForeign ||
+                             othersMayWrite(sources.files[file]) || isForeign(sources.files[file].owner);
         }
     }
 }

@@ -19,6 +19,7 @@ public:
         std::string path;
         bool addable;     // others may put files into it
         bool replaceable; // and may put theirs in the place of those that are there
+        bool isForeign;   // its owner, who may do both, is neither root nor who asks
     };
 
     static bool othersMayWrite(const SourceFile &file);
@@ -26,7 +27,7 @@ public:
     // The directories that were named, and those of the files that were.
     const std::vector<Directory> &directories() const { return directories_; }
 
-    // Whether others may decide what stands in the file.
+    // Whether others may decide what stands in the file; its owner is one of them here, unless it is root or who asks.
     bool othersDecide(std::size_t file) const { return decided_[file]; }
 
 private:

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "checks.h"
 
+#include "check_guess.h"
 #include "text_scan.h"
 
 #include <tovrin/parser/helpers.h>
@@ -57,12 +58,6 @@ std::string nameOf(const SourceFile &file)
     return Parser::Helpers::basename2(isDirectory ? file.path.substr(0, file.path.size() - 1) : file.path);
 }
 
-std::string withoutCapitals(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(), Parser::toLower);
-    return text;
-}
-
 void lintOrder(std::span<const SourceFile> files, Findings &findings)
 {
     for (std::size_t i = 1; i < files.size(); ++i) {
@@ -96,6 +91,9 @@ void lintDirectory(const SourcePath &directory, const CheckContext &context, Fin
         findings.add(FindingId::Unreadable, directory.path, "cannot be read: " + directory.reason);
         return;
     }
+    if (directory.isPattern)
+        findings.add(FindingId::PatternDirectory, directory.path,
+                     "a program takes this name for a pattern, and reads all that matches it instead");
     if (directory.fileCount == 0)
         findings.add(FindingId::EmptyDirectory, directory.path, "no \"*.conf\" in this directory");
     lintOrder(std::span(context.sources.files).subspan(directory.firstFile, directory.fileCount), findings);

@@ -75,23 +75,27 @@ LineFault faultOf(const BadLine &line)
     return unexpected(line.text);
 }
 
-std::string whatIsLost(const SourceFile &file)
+std::string whatIsLost(const SourceFile &file, bool isFollowed)
 {
-    if (file.notApplied.empty())
-        return "";
-    const auto &first = file.notApplied.front();
-    const auto count = file.notApplied.size();
-    return "; reading stops here, and " +
-           (count == 1 ? "the entry of line " + std::to_string(first.line) + " is lost"
-                       : std::to_string(count) + " entries are lost, from line " + std::to_string(first.line) + " on");
+    std::string text;
+    if (!file.notApplied.empty()) {
+        const auto line = std::to_string(file.notApplied.front().line);
+        const auto count = file.notApplied.size();
+        text = "; reading stops here, and " +
+               (count == 1 ? "the entry of line " + line + " is lost"
+                           : std::to_string(count) + " entries are lost, from line " + line + " on");
+    }
+    if (isFollowed)
+        text += "; a program that calls readDirectories reads no later file either";
+    return text;
 }
 
-void lintBadLines(const SourceFile &file, Findings &findings)
+void lintBadLines(const SourceFile &file, bool isFollowed, Findings &findings)
 {
     for (const auto &line : file.badLines) {
         auto fault = faultOf(line);
         if (&line == &file.badLines.front())
-            fault.text += whatIsLost(file);
+            fault.text += whatIsLost(file, isFollowed);
         findings.add(fault.id, file.path, line.line, fault.column, std::move(fault.text));
     }
 }
@@ -154,19 +158,39 @@ void lintHeader(const SourceFile &file, const Header &header, Findings &findings
                      "white space at the end of a name belongs to the group, which is " + inQuotes(header.name));
 }
 
+// Past the last file that a directory holds.
+std::size_t endOfDirectories(const Sources &sources)
+{
+    std::size_t end = 0;
+    for (const auto &path : sources.paths) {
+        if (path.isDirectory && path.fileCount > 0)
+            end = path.firstFile + path.fileCount;
+    }
+    return end;
+}
+
+// isFollowed: it stands in a directory, and another file of one comes later.
+void lintFile(const SourceFile &file, bool isFollowed, Findings &findings)
+{
+    lintBadLines(file, isFollowed, findings);
+    lintCarriageReturns(file, findings);
+    lintEnd(file, findings);
+    for (const auto &header : file.headers)
+        lintHeader(file, header, findings);
+    for (const auto *assignments : {&file.assignments, &file.notApplied})
+        for (const auto &assignment : *assignments)
+            lintAssignment(file, assignment, findings);
+}
+
 } // namespace
 
 void lintLines(const CheckContext &context, Findings &findings)
 {
-    for (const auto &file : context.sources.files) {
-        lintBadLines(file, findings);
-        lintCarriageReturns(file, findings);
-        lintEnd(file, findings);
-        for (const auto &header : file.headers)
-            lintHeader(file, header, findings);
-        for (const auto *assignments : {&file.assignments, &file.notApplied})
-            for (const auto &assignment : *assignments)
-                lintAssignment(file, assignment, findings);
+    const auto &[paths, files] = context.sources;
+    const auto end = endOfDirectories(context.sources);
+    for (const auto &path : paths) {
+        for (auto file = path.firstFile; file < path.firstFile + path.fileCount; ++file)
+            lintFile(files[file], path.isDirectory && file + 1 < end, findings);
     }
 }
 

@@ -119,6 +119,8 @@ private:
 
     void lintRegistered(std::string_view name, std::size_t offset)
     {
+        if (name.empty())
+            return add(FindingId::UnknownTemplate, offset, "\"${}\" names no template");
         add(FindingId::UnknownTemplate, offset,
             "no template " + inQuotes(name) + " is registered; write " + asWritten("env:" + std::string(name)) +
                 " for the environment, or register it with --template");

@@ -198,6 +198,26 @@ private:
     std::uint32_t line_ = 1;
 };
 
+// Whether glob2() takes the name for a pattern.
+bool isPattern(std::string_view name)
+{
+    const auto bracket = name.find('[');
+    return name.find_first_of("*?\\") != std::string_view::npos ||
+           (bracket != std::string_view::npos && name.find(']', bracket) != std::string_view::npos);
+}
+
+// The pattern that matches the name alone.
+std::string patternOf(std::string_view name)
+{
+    std::string pattern;
+    for (const char c : name) {
+        if (std::string_view("*?[\\").find(c) != std::string_view::npos)
+            pattern += '\\';
+        pattern += c;
+    }
+    return pattern;
+}
+
 std::vector<std::string> filesOf(const std::string &directory)
 {
     auto files = Parser::Helpers::glob2(directory + (directory.ends_with('/') ? "" : "/") + "*.conf");
@@ -217,7 +237,7 @@ SourceFile readSourceFile(const std::string &path)
     return file;
 }
 
-Sources readSources(const std::vector<std::string> &paths)
+Sources readSources(const std::vector<std::string> &paths, Naming naming)
 {
     Sources sources;
     for (const auto &path : paths) {
@@ -231,8 +251,9 @@ Sources readSources(const std::vector<std::string> &paths)
         else if (fs::directory_iterator(path, error); error)
             named.reason = error.message();
         else
-            for (const auto &file : filesOf(path))
+            for (const auto &file : filesOf(naming == Naming::Exact ? patternOf(path) : path))
                 sources.files.push_back(readSourceFile(file));
+        named.isPattern = named.isDirectory && isPattern(path);
         named.fileCount = sources.files.size() - named.firstFile;
         sources.paths.push_back(std::move(named));
     }

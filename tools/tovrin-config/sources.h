@@ -72,6 +72,7 @@ struct SourceFile {
 struct SourcePath {
     std::string path;
     bool isDirectory = false;
+    bool isPattern = false;    // a directory whose name programs match against others, as the library does
     std::string reason;        // why the directory could not be listed; "" if it was
     std::size_t firstFile = 0; // its files in Sources::files
     std::size_t fileCount = 0;
@@ -82,9 +83,15 @@ struct Sources {
     std::vector<SourceFile> files; // in reading order
 };
 
+// What the name of a directory stands for when it holds characters of patterns.
+enum class Naming {
+    AsInPrograms, // for all that it matches
+    Exact         // for that directory, and nothing else is looked at
+};
+
 // The files named by the paths, in the order in which they are read: a file is itself, a directory the "*.conf" in it
 // as ConfigDirParser finds them.
-Sources readSources(const std::vector<std::string> &paths);
+Sources readSources(const std::vector<std::string> &paths, Naming naming = Naming::AsInPrograms);
 
 // Reads one file, of whatever kind.
 SourceFile readSourceFile(const std::string &path);
