@@ -26,6 +26,11 @@ TEST_F(CommandLine, NamesWhatItExpects)
              {"explan", "'explan' is no command; did you mean 'explain'?"},
              {"frobnicate", "'frobnicate' is no command; there are dump, get, explain, check, graph"},
              {"--raw dump", "'--raw' has to stand behind the command"},
+             {"--verbose dump", "'--verbose' has to stand behind the command"},
+             {"-v dump", "'-v' has to stand behind the command"},
+             {"-z get G k", "'-z' has to stand behind the command"},
+             {"-x dump", "'-x' is no option of dump"},
+             {"dump -z", "'-z' is no option of dump"},
              {"dump --orign", "'--orign' is no option of dump; did you mean '--origin'?"},
              {"dump --nope", "'--nope' is no option of dump"},
              {"dump --strict", "'--strict' is no option of dump"},
@@ -102,6 +107,25 @@ TEST_F(CommandLine, TellsItsExitCodesInEveryHelp)
         EXPECT_EQ(outcome.exitCode, 0) << command;
         EXPECT_EQ(outcome.err, "") << command;
         EXPECT_NE(outcome.out.find(codes), std::string::npos) << outcome;
+    }
+}
+
+TEST_F(CommandLine, TellsHowItIsUsed)
+{
+    EXPECT_EQ(run("tovrin-config --help | grep ^Usage"),
+              (Outcome{0, "Usage: tovrin-config COMMAND [OPTION...] [PATH...]\n", ""}));
+    EXPECT_EQ(run("tovrin-config get --help | grep ^Usage"),
+              (Outcome{0, "Usage: tovrin-config get [OPTION...] GROUP KEY [PATH...]\n", ""}));
+}
+
+TEST_F(CommandLine, TellsInHelpWhenCommandsRun)
+{
+    const std::string text = "Templates are looked up as a program that reads the files would do it, except that no\n"
+                             "command of ${system:...} runs unless --run-commands is given: such a template stays as\n"
+                             "its text.\n";
+    for (const std::string command : {"dump", "get", "explain", "graph"}) {
+        const auto outcome = run("tovrin-config " + command + " --help");
+        EXPECT_NE(outcome.out.find(text), std::string::npos) << outcome;
     }
 }
 

@@ -89,11 +89,23 @@ TEST_F(RunCommands, KillsWhatWritesTooMuch)
 TEST_F(RunCommands, LeavesNothingBehindWhenItIsInterrupted)
 {
     write("a.conf", "[G]\nk=${system:touch started && sleep 97.6543}\n");
-    EXPECT_EQ(run("tovrin-config dump --run-commands --timeout 60 a.conf & "
-                  "while ! [ -e started ]; do sleep 0.05; done; kill -TERM $!; wait $!")
-                  .exitCode,
-              128 + SIGTERM);
-    EXPECT_TRUE(isGone("97\\.6543"));
+    // env resets what the shell lets a process in the background ignore.
+    for (const int signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        EXPECT_EQ(run("rm -f started; ulimit -c 0; env --default-signal tovrin-config dump --run-commands --timeout 60 "
+                      "a.conf & while ! [ -e started ]; do sleep 0.05; done; kill -" +
+                      std::to_string(signal) + " $!; wait $!")
+                      .exitCode,
+                  128 + signal);
+        EXPECT_TRUE(isGone("97\\.6543")) << signal;
+    }
+}
+
+TEST_F(RunCommands, GoesOnIgnoringWhatIsIgnored)
+{
+    write("a.conf", "[G]\nk=${system:touch started && while ! [ -e go ]; do sleep 0.05; done; echo done}\n");
+    EXPECT_EQ(run("trap '' HUP; tovrin-config dump --run-commands a.conf & "
+                  "while ! [ -e started ]; do sleep 0.05; done; kill -HUP $!; touch go; wait $!"),
+              (Outcome{0, "[G]\nk=done\n", ""}));
 }
 
 } // namespace

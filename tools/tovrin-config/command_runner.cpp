@@ -60,7 +60,7 @@ extern "C" void endGroupToo(int signal)
 }
 
 // While in scope, signals that end this process end the group of the command first: being in a group of its own, it
-// does not get those of the terminal.
+// does not get those of the terminal. Signals that are ignored, as nohup(1) has it, stay so.
 class EndsGroupToo {
 public:
     EndsGroupToo()
@@ -68,8 +68,11 @@ public:
         struct sigaction action = {};
         action.sa_handler = endGroupToo;
         sigemptyset(&action.sa_mask);
-        for (std::size_t i = 0; i < Signals.size(); ++i)
-            sigaction(Signals[i], &action, &former_[i]);
+        for (std::size_t i = 0; i < Signals.size(); ++i) {
+            sigaction(Signals[i], nullptr, &former_[i]);
+            if (former_[i].sa_handler != SIG_IGN)
+                sigaction(Signals[i], &action, nullptr);
+        }
     }
     ~EndsGroupToo()
     {
@@ -81,7 +84,7 @@ public:
     EndsGroupToo &operator=(const EndsGroupToo &) = delete;
 
 private:
-    static constexpr std::array Signals{SIGHUP, SIGINT, SIGTERM};
+    static constexpr std::array Signals{SIGHUP, SIGINT, SIGQUIT, SIGTERM};
     struct sigaction former_[Signals.size()];
 };
 

@@ -12,6 +12,7 @@
 #include <charconv>
 #include <cmath>
 #include <iterator>
+#include <memory>
 
 namespace Tovrin::Tool {
 
@@ -25,7 +26,18 @@ const char *const ExitCodes = "Exit codes:\n"
 
 const char *const OnTemplates =
     "Templates are looked up as a program that reads the files would do it, except that no\n"
-    "command of ${system:...} runs: such a template stays as its text.\n\n";
+    "command of ${system:...} runs unless --run-commands is given: such a template stays as\n"
+    "its text.\n\n";
+
+// Without a command, what stands behind it is not known from the options of the program itself.
+class HelpFormatter : public CLI::Formatter {
+public:
+    std::string make_usage(const CLI::App *app, std::string name) const override
+    {
+        return app->get_parent() ? Formatter::make_usage(app, name)
+                                 : "Usage: " + name + " COMMAND [OPTION...] [PATH...]\n";
+    }
+};
 
 template <typename T> using Choices = std::vector<std::pair<std::string, T>>;
 
@@ -206,6 +218,14 @@ void addCheck(CLI::App &app, CheckOptions &options)
     command.footer(ExitCodes);
 }
 
+void appendNames(std::vector<std::string> &names, const CLI::Option &option)
+{
+    for (const auto &name : option.get_lnames())
+        names.push_back("--" + name);
+    for (const auto &name : option.get_snames())
+        names.push_back('-' + name);
+}
+
 // The names of the commands or options that an unexpected argument may have been meant to be.
 std::vector<std::string> namesInPlaceOf(const std::string &argument, const CLI::App &app)
 {
@@ -213,8 +233,7 @@ std::vector<std::string> namesInPlaceOf(const std::string &argument, const CLI::
     std::vector<std::string> names;
     if (argument.starts_with('-')) {
         for (const auto *option : (commands.empty() ? app : *commands.front()).get_options())
-            for (const auto &name : option->get_lnames())
-                names.push_back("--" + name);
+            appendNames(names, *option);
     } else if (commands.empty()) {
         for (const auto *command : app.get_subcommands([](const CLI::App *) { return true; }))
             names.push_back(command->get_name());
@@ -279,7 +298,7 @@ std::variant<Request, ExitCode> parseCommandLine(int argc, const char *const *ar
     CLI::App app("Ask a configuration of key files what it says, why it says it, and what is wrong with it.",
                  "tovrin-config");
     app.set_version_flag("--version", "tovrin-config " TOVRIN_VERSION, "Print the version and exit");
-    app.get_formatter()->label("SUBCOMMAND", "COMMAND");
+    app.formatter(std::make_shared<HelpFormatter>());
     app.get_formatter()->label("OPTIONS", "OPTION...");
     app.require_subcommand(0, 1); // at most one: a path or group may have the name of a command
     app.footer(ExitCodes);
