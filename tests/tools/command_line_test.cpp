@@ -51,6 +51,7 @@ TEST_F(CommandLine, NamesWhatItExpects)
              {"dump --timeout 5", "--timeout requires --run-commands"},
              {"dump --run-commands --offline", "--offline excludes --run-commands"},
              {"dump --root / a.conf", "PATH excludes --root"},
+             {"get G k -z --format json", "-z excludes --format json"},
              {"dump --root", "--root: 1 required DIR missing"}})
         EXPECT_EQ(run("tovrin-config " + arguments), (Outcome{2, "", "tovrin-config: " + message + '\n' + hint}))
             << arguments;

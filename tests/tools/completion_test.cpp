@@ -18,9 +18,9 @@ protected:
     Outcome run(const std::string &line) { return Tovrin::Testing::runInShell(folder, line); }
 
     // Bash calls the function with the words of the line, of which "|" marks the one at the cursor by its end.
-    std::string offers(const std::vector<std::string> &words)
+    std::string offers(const std::vector<std::string> &words, const std::string &program = "tovrin-config")
     {
-        std::string script = "source '" TOVRIN_COMPLETION "'\nCOMP_WORDS=(tovrin-config";
+        std::string script = "HOME=$PWD/home\nsource '" TOVRIN_COMPLETION "'\nCOMP_WORDS=(tovrin-config";
         std::size_t cursor = words.size();
         for (std::size_t i = 0; i < words.size(); ++i) {
             auto word = words[i];
@@ -30,8 +30,8 @@ protected:
             }
             script += " \"" + word + '"';
         }
-        script += ")\nCOMP_CWORD=" + std::to_string(cursor) +
-                  "\n_tovrin_config tovrin-config\n((${#COMPREPLY[@]})) && printf '<%s>' \"${COMPREPLY[@]}\"\n";
+        script += ")\nCOMP_CWORD=" + std::to_string(cursor) + "\n_tovrin_config '" + program +
+                  "'\n((${#COMPREPLY[@]})) && printf '<%s>' \"${COMPREPLY[@]}\"\n";
         const TempTree elsewhere; // so that the script itself is not offered
         const auto outcome = run("bash " + elsewhere.write("complete.bash", script));
         EXPECT_EQ(outcome.err, "");
@@ -110,6 +110,23 @@ TEST_F(Completion, OffersTheGroupsAndKeysOfTheNamedFiles)
     EXPECT_EQ(offers({"get", "No\\\\ Group", "|", "d"}), "<k>");
     EXPECT_EQ(offers({"get", "None", "|", "d"}), "");
     EXPECT_EQ(run("ls created 2>/dev/null").out, "");
+}
+
+TEST_F(Completion, OffersNamesAsTheyAreWithinQuotes)
+{
+    write("1.conf", "[No Group]\nNet Config=1\n");
+    EXPECT_EQ(offers({"get", "\\\"No G|", "", "1.conf"}), "<No Group>");
+    EXPECT_EQ(offers({"get", "'No G|", "", "1.conf"}), "<No Group>");
+    EXPECT_EQ(offers({"get", "'|", "", "1.conf"}), "<No Group>");
+    EXPECT_EQ(offers({"get", "'No Group'", "\\\"N|", "1.conf"}), "<Net Config>");
+}
+
+TEST_F(Completion, AsksTheProgramBelowTheHomeDirectory)
+{
+    write("1.conf", "[Group]\nk=1\n");
+    write("home/bin/tovrin-config", "#!/bin/sh\nexec tovrin-config \"$@\"\n");
+    run("chmod +x home/bin/tovrin-config");
+    EXPECT_EQ(offers({"get", "G|", "", "1.conf"}, "~/bin/tovrin-config"), "<Group>");
 }
 
 TEST_F(Completion, OffersTheGroupsAndKeysOfTheDefaultDirectory)

@@ -56,7 +56,7 @@ TEST_F(Explain, TellsWhatRegistrationMakesOfIt)
                                                                           "\n"
                                                                           "Assignments, in reading order:\n"
                                                                           "  a.conf:2: last=1;2\n"
-                                                                          "      1: replaced what was there\n"
+                                                                          "      1: stored\n"
                                                                           "      2: replaced what was there\n"
                                                                           "  a.conf:3: last= \n"
                                                                           "      replaced what was there\n"
@@ -159,12 +159,59 @@ TEST_F(Explain, MarksWhatWasNotRunOrLookedUp)
                        "\n"
                        "Assignments, in reading order:\n"
                        "  a.conf:2: k=${system:date}${env:HOME}\n"
-                       "      appended\n"
+                       "      appended, if ${system:date} succeeds (not run) and ${env:HOME} succeeds (not looked up)\n"
                        "\n"
                        "Result:\n"
                        "  '${system:date}${env:HOME}' (${system:date} not run) (${env:HOME} not looked up), from "
                        "a.conf:2\n",
                        "tovrin-config: 1 command of ${system:...} was not run; --run-commands runs it\n"}));
+}
+
+TEST_F(Explain, TellsWhatHangsOnACommand)
+{
+    write("keys", "[G]\nR=replace\n");
+    write("a.conf", "[G]\nR=1;${system:false}\n");
+    EXPECT_EQ(run("tovrin-config explain G R --keys keys a.conf"),
+              (Outcome{0,
+                       "[G] R, registered to be replaced\n"
+                       "\n"
+                       "Assignments, in reading order:\n"
+                       "  a.conf:2: R=1;${system:false}\n"
+                       "      1: stored\n"
+                       "      ${system:false}: replaced what was there, if ${system:false} succeeds (not run)\n"
+                       "\n"
+                       "Result:\n"
+                       "  '${system:false}' (${system:false} not run), from a.conf:2\n",
+                       "tovrin-config: 1 command of ${system:...} was not run; --run-commands runs it\n"}));
+    EXPECT_EQ(
+        run("tovrin-config explain G R --keys keys --format json a.conf | sed -n /items/,/line/p | tr -d ' \\n'").out,
+        R"("items":[{"text":"1","did":"stored"},{"text":"${system:false}","did":"replaced",)"
+        R"("notRun":["${system:false}"]}]}],"notRead":[],"values":[{"text":"${system:false}",)"
+        R"("notRun":["${system:false}"],"origin":{"path":"a.conf","line":2)");
+}
+
+TEST_F(Explain, TellsWhenThereWasNothingToChange)
+{
+    write("keys", "[G]\nR=replace\nA=amend\n");
+    write("a.conf", "[G]\nR=\nR=1\nR=\nR=\nA=\nA=1\n");
+    EXPECT_EQ(run("tovrin-config explain G R --keys keys a.conf | grep ^'      '").out,
+              "      changed nothing: the key had no value\n"
+              "      stored\n"
+              "      dropped the key\n"
+              "      changed nothing: the key had no value\n");
+    EXPECT_EQ(run("tovrin-config explain G A --keys keys a.conf | grep ^'      '").out,
+              "      changed nothing: the key had no value\n"
+              "      appended\n");
+    EXPECT_EQ(run("tovrin-config explain G R --keys keys --format json a.conf | grep did | tr -d ' \\n'").out,
+              R"("did":"nothing""did":"stored""did":"dropped""did":"nothing")");
+}
+
+TEST_F(Explain, SaysWhenABadLineLosesNothing)
+{
+    write("a.conf", "[G]\nk=1\nbad\n");
+    EXPECT_EQ(run("tovrin-config explain G k a.conf | grep -A2 ^Not").out, "Not read:\n"
+                                                                           "  a.conf:3: a key without '=': 'bad'\n"
+                                                                           "      no assignment is lost\n");
 }
 
 TEST_F(Explain, TellsOfAnEmptyResult)

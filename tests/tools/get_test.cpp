@@ -116,10 +116,37 @@ TEST_F(Get, ShowsATemplateThatWasNotRunAsItsText)
 {
     write("a.conf", "[G]\nk=<${system:echo 1}>\nother=${system:echo 2}\n");
     const std::string notRun = "tovrin-config: 2 commands of ${system:...} were not run; --run-commands runs them\n";
-    EXPECT_EQ(run("tovrin-config get G k a.conf"), (Outcome{0, "<${system:echo 1}>\n", notRun}));
+    EXPECT_EQ(run("tovrin-config get G k a.conf"),
+              (Outcome{0, "<${system:echo 1}>\n", "a.conf:2: note: holds ${system:echo 1}, not run\n" + notRun}));
     EXPECT_EQ(run("tovrin-config get G k --run-commands a.conf"), (Outcome{0, "<1>\n", ""}));
     EXPECT_EQ(run("tovrin-config get G other --type int a.conf"),
               (Outcome{1, "", "a.conf:3: error: '${system:echo 2}' is not of the type int\n" + notRun}));
+}
+
+TEST_F(Get, NotesWhichValuesHoldTemplates)
+{
+    write("a.conf", "[G]\nk=1;${env:HOME}\nk=${config:G/other}$${no}\nother=${dconf:/a/b}${env:TOVRIN}\n");
+    EXPECT_EQ(run("tovrin-config get G k --list --offline a.conf"),
+              (Outcome{0, "1\n${env:HOME}\n${dconf:/a/b}${env:TOVRIN}${no}\n",
+                       "a.conf:2: note: holds ${env:HOME}, not looked up\n"
+                       "a.conf:3: note: holds ${dconf:/a/b}, not looked up\n"
+                       "a.conf:3: note: holds ${env:TOVRIN}, not looked up\n"}));
+    EXPECT_EQ(run("tovrin-config get G other --offline --format json a.conf | tr -d ' \\n'"),
+              (Outcome{0,
+                       R"({"group":"G","key":"other","value":"${dconf:/a/b}${env:TOVRIN}",)"
+                       R"("notLookedUp":["${dconf:/a/b}","${env:TOVRIN}"]})",
+                       ""}));
+}
+
+TEST_F(Get, SaysWhenAnAssignedKeyIsNotRegistered)
+{
+    write("some.keys", "[G]\nA=amend\n");
+    write("a.conf", "[G]\nA=1\nB=2\n");
+    EXPECT_EQ(run("tovrin-config get G B --keys some.keys a.conf"),
+              (Outcome{1, "", "tovrin-config: [G] B is not registered in some.keys\n"}));
+    EXPECT_EQ(run("tovrin-config get G C --keys some.keys a.conf"),
+              (Outcome{1, "", "tovrin-config: [G] C has no value\n"}));
+    EXPECT_EQ(run("tovrin-config get G B a.conf"), (Outcome{0, "2\n", ""}));
 }
 
 TEST_F(Get, PrintsTheValueOfAFileWithABadLineButFails)

@@ -3,10 +3,29 @@
 
 #include "nearest.h"
 
+#include <algorithm>
+
 namespace Tovrin::Tool {
 
-std::string absence(const Evaluation &evaluation, const std::string &group, const std::string &key)
+namespace {
+
+bool isSkipped(const Evaluation &evaluation, const std::string &group, const std::string &key)
 {
+    const auto &events = evaluation.events();
+    return std::any_of(events.begin(), events.end(), [&](const auto &event) {
+        return event.deed == Evaluation::Deed::Skipped && event.assignment->key == key &&
+               event.assignment->group == group;
+    });
+}
+
+} // namespace
+
+std::string absence(const Evaluation &evaluation, const std::string &group, const std::string &key,
+                    const std::string &keysFile)
+{
+    const auto name = "[" + group + "] " + key;
+    if (isSkipped(evaluation, group, key))
+        return name + " is not registered in " + keysFile;
     std::vector<std::string_view> groups;
     std::vector<std::string_view> keys; // of the group
     for (const auto number : evaluation.sortedEntries()) {
@@ -16,7 +35,7 @@ std::string absence(const Evaluation &evaluation, const std::string &group, cons
         if (entry.group == group)
             keys.push_back(entry.key);
     }
-    auto text = "[" + group + "] " + key + " has no value";
+    auto text = name + " has no value";
     if (const auto nearest = nearestName(key, keys))
         return text + "; did you mean '" + std::string(*nearest) + "'?";
     if (!keys.empty())

@@ -7,7 +7,8 @@
 
 namespace Tovrin::Tool {
 
-// Says that the entry is absent, and which one may have been meant.
-std::string absence(const Evaluation &evaluation, const std::string &group, const std::string &key);
+// Says why the entry is absent, and which one may have been meant. The file of keys is the one of --keys.
+std::string absence(const Evaluation &evaluation, const std::string &group, const std::string &key,
+                    const std::string &keysFile);
 
 } // namespace Tovrin::Tool

@@ -45,6 +45,9 @@ public:
     // True if any file assigns to the entry, read or not.
     bool isAssigned() const;
 
+    // The template text that the event stored; empty if it stored none.
+    std::string_view stored(const Evaluation::Event &event) const { return evaluation_.value(event.value).text; }
+
     bool anyKnown() const { return evaluation_.anyKnown(); }
 
     const std::string &group;

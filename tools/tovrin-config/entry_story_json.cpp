@@ -13,6 +13,8 @@ using Deed = Evaluation::Deed;
 std::string_view wordFor(Deed deed)
 {
     switch (deed) {
+    case Deed::Stored:
+        return "stored";
     case Deed::Replaced:
         return "replaced";
     case Deed::Appended:
@@ -43,6 +45,7 @@ Json jsonEvents(const EntryStory &story)
         Json item{{"text", event->item}, {"did", wordFor(event->deed)}};
         if (event->deed == Deed::Failed)
             item["because"] = event->culprit;
+        addKeptTemplates(item, story.stored(*event));
         assignments.back()["items"].push_back(std::move(item));
     }
     return assignments;

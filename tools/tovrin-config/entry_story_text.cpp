@@ -84,10 +84,12 @@ private:
     std::string deed(const Event &event) const
     {
         switch (event.deed) {
+        case Deed::Stored:
+            return paint_.green("stored") + condition(event);
         case Deed::Replaced:
-            return paint_.green("replaced what was there");
+            return paint_.green("replaced what was there") + condition(event);
         case Deed::Appended:
-            return paint_.green("appended");
+            return paint_.green("appended") + condition(event);
         case Deed::Dropped:
             return paint_.yellow("dropped the key");
         case Deed::Skipped:
@@ -97,7 +99,17 @@ private:
         case Deed::Nothing:
             break;
         }
-        return "nothing to store";
+        return event.assignment->value.empty() ? "changed nothing: the key had no value" : "nothing to store";
+    }
+
+    // What the deed hangs on, since a template that fails drops its item.
+    std::string condition(const Event &event) const
+    {
+        std::string conditions;
+        for (const auto kept : keptTemplates(story_.stored(event)))
+            conditions += (conditions.empty() ? ", if " : " and ") + printable(kept) + " succeeds (" +
+                          (isCommand(kept) ? "not run)" : "not looked up)");
+        return paint_.yellow(conditions);
     }
 
     void tellUnread()
@@ -109,11 +121,18 @@ private:
             const auto where =
                 file->badLines.empty() ? printable(file->path) : place(*file, file->badLines.front().line);
             out_ += "  " + paint_.cyan(where) + ": " + reason + '\n';
-            out_ += "      " + std::to_string(count) + (count == 1 ? " assignment" : " assignments") + " not read, " +
-                    (assignments.empty() ? "none of this key" : "of this key:") + '\n';
+            out_ += "      " + lost(count, !assignments.empty()) + '\n';
             for (const auto *assignment : assignments)
                 tellAssignment(*file, *assignment, "      ");
         }
+    }
+
+    static std::string lost(std::size_t count, bool ofThisKey)
+    {
+        if (count == 0)
+            return "no assignment is lost";
+        return std::to_string(count) + (count == 1 ? " assignment" : " assignments") + " not read, " +
+               (ofThisKey ? "of this key:" : "none of this key");
     }
 
     void tellReferences()

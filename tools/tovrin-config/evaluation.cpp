@@ -130,8 +130,8 @@ void Evaluation::apply(const SourceFile &file, const Assignment &assignment, Num
         event.deed = Deed::Skipped;
         events_.push_back(event);
     } else if (assignment.value.empty()) {
+        event.deed = entries_[entry].present() ? Deed::Dropped : Deed::Nothing;
         entries_[entry].firstValue = entries_[entry].lastValue = 0;
-        event.deed = Deed::Dropped;
         events_.push_back(event);
     } else {
         for (auto rest = assignment.value; !rest.empty();) {
@@ -166,13 +166,13 @@ void Evaluation::store(Event &event, Number entryNumber, std::string_view text, 
     const auto number = static_cast<Number>(values_.size());
     values_.push_back({text, event.file, event.assignment, static_cast<std::uint32_t>(firstReference),
                        static_cast<std::uint32_t>(referenceCount), 0});
-    if (replaces || entry.firstValue == 0)
+    event.deed = !replaces ? Deed::Appended : entry.present() ? Deed::Replaced : Deed::Stored;
+    if (replaces || !entry.present())
         entry.firstValue = number;
     else
         values_[entry.lastValue].next = number;
     entry.lastValue = number;
     event.value = number;
-    event.deed = replaces ? Deed::Replaced : Deed::Appended;
 }
 
 // Fills in the templates of an item, into filled_ and references_.

@@ -60,12 +60,13 @@ public:
     };
 
     enum class Deed {
+        Stored,   // as the first value of a key that is replaced
         Replaced, // all that the entry held
         Appended,
         Dropped, // the entry, by an empty assignment
         Skipped, // because the key is not registered
         Failed,  // because of a template
-        Nothing, // had nothing to store
+        Nothing, // had nothing to store or to drop
     };
 
     // What one item of an assignment did; an assignment that did something as a whole is one item.

@@ -14,7 +14,7 @@ ExitCode explain(const ExplainOptions &options)
         return Misuse;
     const EntryStory story(options.group, options.key, session);
     if (!story.isAssigned()) {
-        session.problems().report(absence(session.evaluation(), options.group, options.key));
+        session.problems().report(absence(session.evaluation(), options.group, options.key, options.keysFile));
         return session.finish("");
     }
     return session.finish(options.format == Format::Json ? jsonOf(story) : textOf(story, options.color));

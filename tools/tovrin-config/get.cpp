@@ -50,7 +50,7 @@ public:
     {
         const auto *entry = session_.evaluation().find(options_.group, options_.key);
         if (!entry || !entry->present())
-            session_.problems().report(absence(session_.evaluation(), options_.group, options_.key));
+            session_.problems().report(absence(session_.evaluation(), options_.group, options_.key, options_.keysFile));
         else if (collect(*entry))
             return session_.finish(options_.format == Format::Json ? asJson() : asText());
         return session_.finish("");
@@ -97,12 +97,22 @@ private:
     {
         std::string out;
         for (const auto &answer : answers_) {
+            noteKeptTemplates(answer);
             if (options_.origin)
                 out += answer.origin->file->path + ':' + std::to_string(answer.origin->assignment->line) + ": ";
             out += answer.value.is_string() ? answer.value.get_ref<const std::string &>() : answer.value.dump();
             out += options_.endWithNul ? '\0' : '\n';
         }
         return out;
+    }
+
+    // On standard error: the value itself cannot be marked.
+    void noteKeptTemplates(const Answer &answer) const
+    {
+        for (const auto kept : keptTemplates(answer.templateText))
+            session_.problems().noteAt(answer.origin->file->path, answer.origin->assignment->line,
+                                       "holds " + std::string(kept) +
+                                           (isCommand(kept) ? ", not run" : ", not looked up"));
     }
 
     std::string asJson() const

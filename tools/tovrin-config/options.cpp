@@ -187,6 +187,10 @@ void addGet(CLI::App &app, GetOptions &options)
     command.add_flag("--list", options.list, "All values, one a line (default: the last one)");
     command.add_flag("--origin", options.origin, "Put 'PATH:LINE: ' before each value");
     command.add_flag("-z", options.endWithNul, "End each value with a NUL byte instead of a newline");
+    command.callback([&options] {
+        if (options.endWithNul && options.format == Format::Json)
+            throw CLI::ExcludesError("-z", "--format json");
+    });
     addHost(command, options.host);
     addCommon(command, options);
     command.footer(OnTemplates + std::string(ExitCodes));

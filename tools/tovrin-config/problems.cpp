@@ -39,6 +39,7 @@ struct Place {
 
 constexpr const Kind &Error = Kinds[1];
 constexpr const Kind &Warning = Kinds[2];
+constexpr Kind Note{"", "note", false, false}; // which the library does not log
 
 } // namespace
 
@@ -132,6 +133,11 @@ void Problems::reportAt(const std::string &path, std::uint32_t line, const std::
 void Problems::note(const std::string &text)
 {
     records_->write("tovrin-config: ", text);
+}
+
+void Problems::noteAt(const std::string &path, std::uint32_t line, const std::string &text)
+{
+    records_->write(Note, {&path, line}, text);
 }
 
 void Problems::setLine(const std::string &path, std::uint32_t line)

@@ -13,7 +13,7 @@ namespace Tovrin::Tool {
 // What goes wrong, on standard error: one line a problem, in a form that a terminal can show.
 //
 //     tovrin-config: TEXT              about no line of a file
-//     PATH:LINE: error: TEXT           likewise "warning" and, with -v, "info" and "debug"
+//     PATH:LINE: error: TEXT           likewise "warning", "note" and, with -v, "info" and "debug"
 //
 // While it exists the library's records come out here too, with the line that they are about. One at a time.
 class Problems {
@@ -29,6 +29,7 @@ public:
 
     // No error, but worth knowing.
     void note(const std::string &text);
+    void noteAt(const std::string &path, std::uint32_t line, const std::string &text);
 
     // Names the line that the library's records are about from now on, and those below. The path must outlive that.
     void setLine(const std::string &path, std::uint32_t line);
