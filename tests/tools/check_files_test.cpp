@@ -107,6 +107,15 @@ TEST_F(CheckFiles, FindsTheSameNameInTwoDirectories)
                                     "neither hides the other [same-name]"});
 }
 
+TEST_F(CheckFiles, FindsAFileThatIsReadTwice)
+{
+    write("d/a.conf", "[G]\nk=v\n");
+    write("d/b.conf", "[G]\nk=v\n");
+    run("ln -s a.conf d/c.conf");
+    expectFindings("d ./d/b.conf", {"./d/b.conf:1:1: warning: the same file as d/b.conf: it is read twice [read-twice]",
+                                    "d/c.conf:1:1: warning: the same file as d/a.conf: it is read twice [read-twice]"});
+}
+
 TEST_F(CheckFiles, FindsWhatOthersMayWrite)
 {
     write("d/a.conf", "k=${system:true}\n");

@@ -27,6 +27,7 @@ constexpr std::array<FindingKind, static_cast<std::size_t>(FindingId::Count)> Ki
     {FindingId::NotConf, "not-conf", Note},
     {FindingId::FileOrder, "file-order", Warning},
     {FindingId::SameName, "same-name", Warning},
+    {FindingId::ReadTwice, "read-twice", Warning},
     {FindingId::WritableFile, "writable-file", Warning},
     {FindingId::WritableDirectory, "writable-directory", Warning},
     {FindingId::UnexpectedLine, "unexpected-line", Error},

@@ -29,6 +29,7 @@ enum class FindingId {
     NotConf,
     FileOrder,
     SameName,
+    ReadTwice,
     WritableFile,
     WritableDirectory,
     // Lines

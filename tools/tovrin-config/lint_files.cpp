@@ -137,6 +137,20 @@ void lintSameNames(const CheckContext &context, Findings &findings)
     }
 }
 
+// A list holds each of its values twice then.
+void lintReadTwice(const CheckContext &context, Findings &findings)
+{
+    std::map<std::pair<std::uint64_t, std::uint64_t>, const SourceFile *> read;
+    for (const auto &file : context.sources.files) {
+        if (file.state != SourceFile::State::Read)
+            continue;
+        const auto [found, isNew] = read.emplace(std::pair(file.device, file.inode), &file);
+        if (!isNew)
+            findings.add(FindingId::ReadTwice, file.path,
+                         "the same file as " + found->second->path + ": it is read twice");
+    }
+}
+
 } // namespace
 
 void lintFiles(const CheckContext &context, Findings &findings)
@@ -153,6 +167,7 @@ void lintFiles(const CheckContext &context, Findings &findings)
     for (const auto &file : sources.files)
         lintFile(file, findings);
     lintSameNames(context, findings);
+    lintReadTwice(context, findings);
     if (sources.files.empty() && !anyProblem)
         findings.add(FindingId::NothingToRead, sources.paths.front().path, "there is nothing to read");
 }

@@ -94,8 +94,10 @@ void fail(SourceFile &file, SourceFile::State state, const std::string &reason)
     file.reason = reason;
 }
 
-void noteWhoMayWrite(SourceFile &file, const struct stat &status)
+void noteStatus(SourceFile &file, const struct stat &status)
 {
+    file.device = status.st_dev;
+    file.inode = status.st_ino;
     file.mode = status.st_mode & 07777;
     file.owner = status.st_uid;
     file.owningGroup = status.st_gid;
@@ -109,7 +111,7 @@ bool isFile(SourceFile &file)
         fail(file, SourceFile::State::NotFound, std::strerror(errno));
         return false;
     }
-    noteWhoMayWrite(file, status);
+    noteStatus(file, status);
     if (S_ISREG(status.st_mode))
         return true;
     fail(file, SourceFile::State::NotAFile, "not a regular file");
@@ -125,7 +127,7 @@ void readText(SourceFile &file)
         return fail(file, SourceFile::State::NotReadable, std::strerror(errno));
     if (!S_ISREG(status.st_mode))
         return fail(file, SourceFile::State::NotAFile, "not a regular file");
-    noteWhoMayWrite(file, status);
+    noteStatus(file, status);
     if (status.st_size > static_cast<off_t>(LargestFile))
         return fail(file, SourceFile::State::NotReadable, TooLong);
     GrowingText text(static_cast<std::size_t>(status.st_size));

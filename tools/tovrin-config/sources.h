@@ -60,7 +60,9 @@ struct SourceFile {
     // A program that reads it does not return: it shows the last entry again and again.
     bool readingHangs() const { return !endsWithNewline && badLines.empty(); }
 
-    // Who may write it, as stat() tells.
+    // Which one it is and who may write it, as stat() tells.
+    std::uint64_t device = 0;
+    std::uint64_t inode = 0;
     std::uint32_t mode = 0;
     std::uint32_t owner = 0;
     std::uint32_t owningGroup = 0;
