@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -16,7 +17,8 @@ protected:
     void write(const std::string &path, const std::string &text) { folder.write(path, text); }
     Outcome run(const std::string &line) { return runInShell(folder, line); }
 
-    // Expects of "tovrin-config check ARGUMENTS" exactly these findings, and nothing on standard error.
+    // Expects of "tovrin-config check ARGUMENTS" exactly these findings, and on standard error nothing but how many
+    // commands were not run, if there are any.
     void expectFindings(const std::string &arguments, const std::vector<std::string> &findings)
     {
         std::string out;
@@ -24,7 +26,8 @@ protected:
             out += finding + '\n';
         const auto errors = count(findings, ": error: ");
         out += errors + ", " + count(findings, ": warning: ") + ", " + count(findings, ": note: ") + '\n';
-        EXPECT_EQ(run("tovrin-config check " + arguments), (Outcome{errors == "0 errors" ? 0 : 1, out, ""}));
+        EXPECT_EQ(run("tovrin-config check " + arguments),
+                  (Outcome{errors == "0 errors" ? 0 : 1, out, notRun(findings)}));
     }
 
     // The same of one file, "a.conf", with this text.
@@ -37,6 +40,17 @@ protected:
     TempTree folder;
 
 private:
+    static std::string notRun(const std::vector<std::string> &findings)
+    {
+        const auto commands = std::count_if(findings.begin(), findings.end(), [](const std::string &finding) {
+            return finding.ends_with("[runs-command]") || finding.ends_with("[unsafe-command]");
+        });
+        if (commands == 0)
+            return "";
+        return "tovrin-config: " + std::to_string(commands) +
+               (commands == 1 ? " command of ${system:...} was" : " commands of ${system:...} were") + " not run\n";
+    }
+
     static std::string count(const std::vector<std::string> &findings, const std::string &mark)
     {
         std::size_t count = 0;

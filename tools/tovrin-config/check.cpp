@@ -49,6 +49,7 @@ ExitCode check(const CheckOptions &options)
     const auto answer = options.format == Format::Json ? findings.json() : findings.text(options.color);
     if (std::fwrite(answer.data(), 1, answer.size(), stdout) != answer.size() || std::fflush(stdout) != 0)
         problems.report("cannot write to standard output: " + std::string(std::strerror(errno)));
+    problems.noteCommandsNotRun(findings.count(FindingId::RunsCommand) + findings.count(FindingId::UnsafeCommand));
     return areErrors(findings, options.strict) || problems.count() > 0 ? Failure : Success;
 }
 

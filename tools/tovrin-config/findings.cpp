@@ -130,6 +130,12 @@ void Findings::add(FindingId id, std::string path, std::size_t line, std::size_t
     ++counts_[static_cast<std::size_t>(kindOf(id).severity)];
 }
 
+std::size_t Findings::count(FindingId id) const
+{
+    return static_cast<std::size_t>(
+        std::count_if(findings_.begin(), findings_.end(), [id](const Finding &finding) { return finding.id == id; }));
+}
+
 void Findings::sort()
 {
     const auto place = [](const Finding &finding) {

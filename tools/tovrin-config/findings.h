@@ -102,6 +102,8 @@ public:
 
     std::size_t count(Severity severity) const { return counts_[static_cast<std::size_t>(severity)]; }
 
+    std::size_t count(FindingId id) const;
+
     // By path, line and column.
     void sort();
 

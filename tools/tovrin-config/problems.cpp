@@ -135,6 +135,17 @@ void Problems::note(const std::string &text)
     records_->write("tovrin-config: ", text);
 }
 
+void Problems::noteCommandsNotRun(std::size_t count, const std::string &whatRuns)
+{
+    if (count == 0)
+        return;
+    const std::string end = whatRuns.empty() ? "" : "; " + whatRuns + (count == 1 ? "it" : "them");
+    if (count == 1)
+        note("1 command of ${system:...} was not run" + end);
+    else
+        note(std::to_string(count) + " commands of ${system:...} were not run" + end);
+}
+
 void Problems::noteAt(const std::string &path, std::uint32_t line, const std::string &text)
 {
     records_->write(Note, {&path, line}, text);

@@ -29,6 +29,9 @@ public:
 
     // No error, but worth knowing.
     void note(const std::string &text);
+    // Of so many commands of ${system:...}, that they were not run; nothing if there were none. What runs them ends the
+    // line, if anything does.
+    void noteCommandsNotRun(std::size_t count, const std::string &whatRuns = "");
     void noteAt(const std::string &path, std::uint32_t line, const std::string &text);
 
     // Names the line that the library's records are about from now on, and those below. The path must outlive that.

@@ -24,10 +24,7 @@ ExitCode Session::finish(std::string_view answer)
 {
     if (std::fwrite(answer.data(), 1, answer.size(), stdout) != answer.size() || std::fflush(stdout) != 0)
         problems_.report("cannot write to standard output: " + std::string(std::strerror(errno)));
-    if (const auto notRun = templates_.notRun(); notRun == 1)
-        problems_.note("1 command of ${system:...} was not run; --run-commands runs it");
-    else if (notRun > 1)
-        problems_.note(std::to_string(notRun) + " commands of ${system:...} were not run; --run-commands runs them");
+    problems_.noteCommandsNotRun(templates_.notRun(), "--run-commands runs ");
     return problems_.count() > 0 ? Failure : Success;
 }
 
