@@ -102,7 +102,8 @@ TEST_F(RunCommands, LeavesNothingBehindWhenItIsInterrupted)
 
 TEST_F(RunCommands, GoesOnIgnoringWhatIsIgnored)
 {
-    write("a.conf", "[G]\nk=${system:touch started && while ! [ -e go ]; do sleep 0.05; done; echo done}\n");
+    write("wait.sh", "touch started\nwhile ! [ -e go ]; do sleep 0.05; done\necho done\n");
+    write("a.conf", "[G]\nk=${system:sh wait.sh}\n");
     EXPECT_EQ(run("trap '' HUP; tovrin-config dump --run-commands a.conf & "
                   "while ! [ -e started ]; do sleep 0.05; done; kill -HUP $!; touch go; wait $!"),
               (Outcome{0, "[G]\nk=done\n", ""}));
