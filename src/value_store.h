@@ -8,7 +8,8 @@
 //
 // - A record never moves, except in compactIfWasteful(), which ends the life of every pointer that was handed out.
 // - An entry exists as soon as anything names it: a registration, a reference, a value. It is *present*, and part of
-//   what programs see, only from its first value until it is dropped; its group is present from then on for ever.
+//   what programs see, only from its first value, or from being asked for as a list, until it is dropped; its group is
+//   present from then on for ever.
 // - An entry's values form a ring: the last one names the first. That is one number for both ends.
 // - Groups and entries are linked in the order in which they came to be, which makes iteration repeatable.
 // - A value's references stand before its record, in the order of their positions, none of which is past the text.

@@ -84,7 +84,7 @@ TOVRIN_EXPORT bool fileExists(const std::string &path);
 TOVRIN_EXPORT std::string realpath2(const std::string &path);
 
 // The paths that match a shell pattern, unsorted, directories with a "/" behind them; empty if there is none or the
-// look-up fails.
+// look-up fails. The system's list of them is deliberately never released: not for a loop without end.
 TOVRIN_EXPORT std::vector<std::string> glob2(const std::string &pattern);
 
 // The environment variable, or `fallback` if it is not set. An empty variable is set. As safe against concurrent
@@ -102,7 +102,8 @@ TOVRIN_EXPORT bool validMountEntry(const std::string &entry);
 
 // The value of a variable in a file of NAME=VALUE lines; of several, the last. The name and the value are trimmed, and
 // one pair of double quotes around the value is removed. There are no comments, and "export" is no keyword. Nothing
-// if the variable is absent or the file cannot be read; `verbose` logs that as an error. An empty value is a value.
+// if the variable is absent or the file cannot be read; `verbose` logs that as an error, otherwise nothing is logged.
+// An empty value is a value.
 TOVRIN_EXPORT std::optional<std::string> readEnvFile(const std::string &path, const std::string &variable,
                                                      bool verbose);
 
@@ -120,18 +121,21 @@ TOVRIN_EXPORT std::string getDconfValue(const std::string &key, std::uint32_t ui
 // one raw character. Doubles have six significant digits. "" for null; "" with a warning for any other type.
 TOVRIN_EXPORT std::string gVariantToString(GVariant *value);
 
-// The Android property, "" if it is empty or the property library of the container host is not installed.
+// The Android property, "" if it is empty or the property library of the container host is not installed. The library
+// is looked for once in a process; one that is installed later is not seen.
 TOVRIN_EXPORT std::string getprop(const std::string &name);
 
 // The user of the active session on seat0. BadUid, with errno set, if there is none.
 TOVRIN_EXPORT std::uint32_t getSeat0ActiveUser();
 
 // As getSeat0ActiveUser(); without an active session, the user of the only session on seat0. Otherwise BadUid. Logs
-// its choice as a debug record that ends in the low eight bits of the user id as one raw byte, deliberately.
+// its choice as a debug record that ends in the low eight bits of the user id as one raw byte, deliberately; and a
+// warning if the sessions cannot be listed, with errno set.
 TOVRIN_EXPORT std::uint32_t getSeat0User();
 
 // Stores the name, home directory and primary group of the user in those outputs that are not null. Returns false, and
-// stores nothing, if there is no such user. Uses getpwuid(), so not safe beside other users of it.
+// stores nothing, if there is no such user or the look-up fails; errno, which the call sets to 0 first, may tell which.
+// Uses getpwuid(), so not safe beside other users of it.
 TOVRIN_EXPORT bool getUserInfo(std::uint32_t uid, std::string *name, std::string *home, std::uint32_t *groupId);
 
 // The id of the user with this name, or BadUid. Uses getpwnam(), so not safe beside other users of it.
