@@ -14,7 +14,7 @@ using Tovrin::Parser::Arena;
 
 TEST(Arena, HasNoPieceOfNumberZero)
 {
-    for (const std::size_t size : {1, 4096, 16384, 16388, 65536, 100000}) {
+    for (const std::size_t size : {1U, 4096U, 16384U, 16388U, 65536U, 100000U}) {
         Arena arena;
         EXPECT_NE(arena.allocate(size), 0U) << size;
         EXPECT_NE(arena.allocate(size), 0U) << size;

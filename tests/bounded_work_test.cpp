@@ -76,7 +76,7 @@ void expectLinear(const Work &work, const std::string &what)
 TEST(Reading, GrowsLinearlyWithTheNumberOfLines)
 {
     for (const auto &[what, line] : lines) {
-        for (const std::size_t count : {1000, 10000, 100000, 1000000})
+        for (const std::size_t count : {1000U, 10000U, 100000U, 1000000U})
             expectLinear(workOfReading(repeated(count, line)), std::to_string(count) + " lines: " + what);
     }
 }
@@ -100,7 +100,7 @@ void expectLinearInLength(const Work &work, const std::string &what)
 
 TEST(Reading, GrowsLinearlyWithTheLengthOfALine)
 {
-    for (const std::size_t size : {1000, 100000, 1000000, 10000000}) {
+    for (const std::size_t size : {1000U, 100000U, 1000000U, 10000000U}) {
         const auto what = std::to_string(size) + " bytes: ";
         expectLinearInLength(workOfReading(filled("Key=", size, "x", "")), what + "value");
         expectLinearInLength(workOfReading(filled("", size, "x", "=value")), what + "key");
@@ -154,8 +154,8 @@ std::size_t referencesLookedAt(const std::string &text, const std::string &group
 
 TEST(Resolving, VisitsNoMoreThanTheBudgetAllows)
 {
-    for (const std::size_t width : {1, 2, 3, 10, 1000}) {
-        for (const std::size_t depth : {5, 32, 33, 34, 1000})
+    for (const std::size_t width : {1U, 2U, 3U, 10U, 1000U}) {
+        for (const std::size_t depth : {5U, 32U, 33U, 34U, 1000U})
             EXPECT_LE(referencesLookedAt(tower(depth, width), "T", "K0"), Budget) << depth << " times " << width;
     }
 }

@@ -74,7 +74,7 @@ TEST(ValueStore, CountsTheValuesOfAnEntry)
 // Number 0 is no record, also where the first one is so large that it would get a block of its own.
 TEST(ValueStore, TakesAGroupOfAnySizeAsTheFirst)
 {
-    for (const std::size_t size : {4'000, 16'384, 16'390, 65'536, 200'000}) {
+    for (const std::size_t size : {4'000U, 16'384U, 16'390U, 65'536U, 200'000U}) {
         const std::string group(size, 'g');
         ValueStore store;
         auto &entry = intern(store, group, "K");
@@ -90,7 +90,7 @@ TEST(ValueStore, TakesAGroupOfAnySizeAsTheFirst)
 
 TEST(ValueStore, HoldsNamesOfAnyLength)
 {
-    for (const std::size_t length : {1, 3, 16, 17, 4096, 16384, 16385, 70000, 200000}) {
+    for (const std::size_t length : {1U, 3U, 16U, 17U, 4096U, 16384U, 16385U, 70000U, 200000U}) {
         const std::string name(length, 'n');
         ValueStore store;
         auto &entry = intern(store, name, name);
