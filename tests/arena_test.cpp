@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "arena.h"
 
+#include "support/allocations.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -9,6 +11,7 @@
 namespace {
 
 using Tovrin::Parser::Arena;
+using Tovrin::Testing::Allocations;
 
 // ValueStore's tests show the rest of what an arena does.
 
@@ -19,6 +22,26 @@ TEST(Arena, HasNoPieceOfNumberZero)
         EXPECT_NE(arena.allocate(size), 0U) << size;
         EXPECT_NE(arena.allocate(size), 0U) << size;
     }
+}
+
+// Most configurations are small.
+TEST(Arena, TakesFourKibibytesForAFewPieces)
+{
+    const Allocations allocations;
+    Arena arena;
+    for (int i = 0; i < 100; ++i)
+        arena.allocate(40);
+    EXPECT_EQ(allocations.bytes(), 4096 + 2 * sizeof(void *)); // and the places of the first block in two lists
+}
+
+TEST(Arena, GivesOnlyPiecesOfOverSixteenKibibytesABlockOfTheirOwn)
+{
+    Arena arena;
+    const auto first = arena.allocate(4);
+    arena.allocate(16 * 1024 + 4);
+    EXPECT_EQ(arena.at(arena.allocate(4)), arena.at(first) + 4);
+    const auto large = arena.allocate(16 * 1024);
+    EXPECT_EQ(arena.at(arena.allocate(4)), arena.at(large) + 16 * 1024);
 }
 
 #if SIZE_MAX > UINT32_MAX // elsewhere the addresses end before the numbers

@@ -594,19 +594,6 @@ TEST(ConfigParser, ReadsFilesWithoutEntries)
 
 namespace {
 
-// The sanitizers reserve more addresses than any limit allows, and an emulator takes no such limit.
-#if defined(__has_feature)
-#define TOVRIN_HAS_FEATURE(name) __has_feature(name)
-#else
-#define TOVRIN_HAS_FEATURE(name) 0
-#endif
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || TOVRIN_HAS_FEATURE(address_sanitizer) ||          \
-    TOVRIN_HAS_FEATURE(thread_sanitizer) || defined(TOVRIN_EMULATOR)
-constexpr bool memoryCanBeLimited = false;
-#else
-constexpr bool memoryCanBeLimited = true;
-#endif
-
 enum class Outcome { Returned, RanOutOfMemory, RanOutOfTime, Other };
 
 std::ostream &operator<<(std::ostream &stream, Outcome outcome)
@@ -628,7 +615,7 @@ void limitThisProcess(int milliseconds, std::size_t bytes)
     alarm(60); // in case that it sleeps instead of working
     const itimerval once{{0, 0}, {milliseconds / 1000, milliseconds % 1000 * 1000}};
     setitimer(ITIMER_PROF, &once, nullptr);
-    if (memoryCanBeLimited) {
+    if (TOVRIN_MEMORY_CAN_BE_LIMITED) {
         const auto most = addressSpaceInUse() + bytes;
         const rlimit limit{most, most};
         setrlimit(RLIMIT_AS, &limit);
@@ -668,9 +655,9 @@ TEST(ConfigParserUnterminated, FileThatIsTerminatedReturns)
 TEST(ConfigParserUnterminated, AmendKeyGrowsForEver)
 {
     auto parser = parserWith(ConfigParser::Amend);
-    const int milliseconds = memoryCanBeLimited ? 20'000 : 500;
+    const int milliseconds = TOVRIN_MEMORY_CAN_BE_LIMITED ? 20'000 : 500;
     EXPECT_EQ(outcomeOfReading(parser, "[g]\nk=a", milliseconds),
-              memoryCanBeLimited ? Outcome::RanOutOfMemory : Outcome::RanOutOfTime);
+              TOVRIN_MEMORY_CAN_BE_LIMITED ? Outcome::RanOutOfMemory : Outcome::RanOutOfTime);
 }
 
 TEST(ConfigParserUnterminated, ReplaceKeyIsSetForEverWithoutTakingMoreMemory)

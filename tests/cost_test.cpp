@@ -112,8 +112,7 @@ TEST(Reading, OpensAFileOnceAndReadsItByTheBuffer)
     EXPECT_EQ(calls.bytesRead(), text.size());
 }
 
-// Not where the limit cannot be set: the emulator ignores it, and a sanitizer needs more than there is.
-#if !defined(TOVRIN_EMULATOR) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if TOVRIN_MEMORY_CAN_BE_LIMITED
 
 // The buffer grows by doubling, so the line needs up to three times its size for a moment, and twice and once more when
 // the value is stored: a further copy, at whatever time, would not fit.

@@ -37,6 +37,13 @@ struct EntryAndMore {
     KeyFileCursor cursor;
 };
 
+TEST(KeyFileCursor, BeginsBeforeTheFirstLine)
+{
+    TempTree tree;
+    KeyFileParser file(tree.write("f", "[g]\nk=1\n"));
+    EXPECT_EQ(KeyFileCursor(file).position(), 0);
+}
+
 TEST(KeyFileCursor, KeepsTheEntryBeforeAnUnterminatedLineHoweverLongBothAre)
 {
     for (const auto &value : Values) {

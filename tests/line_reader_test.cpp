@@ -76,6 +76,15 @@ TEST(LineReader, SeekingToTheEndForgetsThatItWasMet)
     EXPECT_EQ(reader.readLine(), "more");
 }
 
+TEST(LineReader, SeeksToTheEndOfAnEmptyFile)
+{
+    TempTree tree;
+    LineReader reader(tree.write("f", ""));
+    reader.seekEnd();
+    EXPECT_TRUE(reader.good());
+    EXPECT_EQ(reader.tell(), 0);
+}
+
 TEST(LineReader, TellsTheOffsetAcrossBuffers)
 {
     TempTree tree;

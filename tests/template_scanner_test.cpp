@@ -62,6 +62,7 @@ TEST(TemplateScanner, TakesTextsApart)
 TEST(TemplateScanner, TellsWhereEachPieceBegins)
 {
     TemplateScanner scanner("ab$$${c}d");
+    EXPECT_EQ(scanner.offset(), 0U);
     std::vector<std::size_t> offsets;
     while (scanner.next() != Piece::End)
         offsets.push_back(scanner.offset());

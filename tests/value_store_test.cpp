@@ -1,13 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "value_store.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <cstdlib>
+#include <iostream>
 #include <map>
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include <sys/mman.h>
@@ -54,6 +59,39 @@ TEST(ValueStore, InternsAnEntryOnceAndNotPresent)
     EXPECT_FALSE(entry.present());
     EXPECT_FALSE(store.groupOf(entry).present());
     EXPECT_FALSE(entry.hasValues());
+}
+
+// Two entries that only their names tell apart: `named` makes the name of a number.
+template <typename Named> void expectApartInSpiteOfTheirHash(Named named)
+{
+    std::unordered_map<std::uint32_t, int> numbers;
+    int number = 0;
+    while (numbers.emplace(ValueStore::hashed(named(number).first, named(number).second).hash, number).second)
+        ++number;
+    const auto first = named(numbers[ValueStore::hashed(named(number).first, named(number).second).hash]);
+    const auto second = named(number);
+    ASSERT_NE(first, second);
+    ValueStore store;
+    auto &entry = intern(store, first.first, first.second);
+    EXPECT_EQ(find(store, second.first, second.second), nullptr);
+    EXPECT_NE(&intern(store, second.first, second.second), &entry);
+    EXPECT_EQ(find(store, first.first, first.second), &entry);
+}
+
+TEST(ValueStore, TellsNamesOfTheSameHashApart)
+{
+    using Name = std::pair<std::string, std::string>;
+    expectApartInSpiteOfTheirHash([](int number) { return Name("G" + std::to_string(number), "K"); });
+    expectApartInSpiteOfTheirHash([](int number) { return Name("G", "K" + std::to_string(number)); });
+}
+
+// Otherwise a file could be made of names that share their hashes everywhere.
+TEST(ValueStoreDeathTest, HashesNamesDifferentlyInEachProcess)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe"); // a program of its own, not a copy of this one
+    const auto hashOfThisProcess = [] { return std::to_string(ValueStore::hashed("G").hash); };
+    EXPECT_EXIT((std::cerr << hashOfThisProcess(), std::_Exit(0)), testing::ExitedWithCode(0),
+                testing::AllOf(testing::MatchesRegex("[0-9]+"), testing::Not(hashOfThisProcess())));
 }
 
 TEST(ValueStore, CountsTheValuesOfAnEntry)
@@ -325,8 +363,9 @@ TEST(ValueStore, RefusesATextOfFourGibibytes)
     ValueStore store;
     auto &entry = intern(store, "G", "K");
     store.append(entry, "before", {});
-    EXPECT_THROW(store.append(entry, text, {}), std::length_error);
-    EXPECT_THROW(store.replace(entry, text, {}), std::length_error);
+    const auto refused = testing::ThrowsMessage<std::length_error>("ValueStore: text of 4 GiB or more");
+    EXPECT_THAT([&] { store.append(entry, text, {}); }, refused);
+    EXPECT_THAT([&] { store.replace(entry, text, {}); }, refused);
     EXPECT_EQ(textsOf(store, entry), (Texts{"before"}));
     munmap(zeros, size);
 }

@@ -38,8 +38,7 @@ TEST(Command, MayFloodWhatIsReadFromIt)
     EXPECT_EQ(status, 0);
 }
 
-// Not where the limit cannot be set: the emulator ignores it, and a sanitizer needs more than there is.
-#if !defined(TOVRIN_EMULATOR) && !defined(__SANITIZE_ADDRESS__)
+#if TOVRIN_MEMORY_CAN_BE_LIMITED
 
 bool anyProcessLeft()
 {

@@ -177,8 +177,7 @@ TEST(NoDescriptors, FailsFilesAndDirectoriesAndIsOverWithThem)
     EXPECT_TRUE(parser.contains("G", "K"));
 }
 
-// UndefinedBehaviorSanitizer needs descriptors for its checks of virtual functions.
-#ifndef __SANITIZE_ADDRESS__
+#if TOVRIN_DESCRIPTORS_CAN_BE_LIMITED
 
 TEST(NoDescriptors, FailsTemplatesThatOpenSomething)
 {

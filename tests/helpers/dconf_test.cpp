@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <glib.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -385,6 +386,18 @@ TEST_F(Dconf, WritesAValueOfEachTypeOfADatabase)
         {"u", "42"},   {"x", "-5000000000"}, {"t", "5000000000"}, {"d", "2.5"},   {"s", "a text"}};
     for (const auto &[type, text] : table)
         EXPECT_EQ(getDconfValue("/tovrin/" + type, Anna), text) << type;
+}
+
+TEST_F(Dconf, LeavesNoDescriptorOpenInAProcessWithoutStandardInput)
+{
+    makeBothUsers();
+    EXPECT_EQ(getDconfValue(Key, Anna), "of anna"); // GLib starts a thread once, which keeps descriptors
+    const int former = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    EXPECT_EQ(getDconfValue(Key, Anna), "of anna");
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    dup2(former, STDIN_FILENO);
+    close(former);
 }
 
 TEST_F(Dconf, WarnsOfAValueOfAnotherType)

@@ -12,7 +12,10 @@
 
 #include <algorithm>
 #include <clocale>
+#include <filesystem>
 #include <iostream>
+
+#include <sys/stat.h>
 
 namespace {
 
@@ -169,6 +172,17 @@ TEST_F(LoggingSetup, OpensAndTruncatesTheFileEachTimeItIsSet)
         logError(config) << text;
         EXPECT_EQ(tree_.read("log"), std::string("ERROR: ") + text + "\n");
     }
+}
+
+TEST_F(LoggingSetup, LeavesItToTheMaskOfTheProcessWhoMayReadTheFile)
+{
+    using std::filesystem::perms;
+    const auto config = create("setup.mode");
+    const auto former = umask(026);
+    EXPECT_TRUE(config->setTarget(tree_.path("log")));
+    umask(former);
+    EXPECT_EQ(std::filesystem::status(tree_.path("log")).permissions(),
+              perms::owner_read | perms::owner_write | perms::group_read);
 }
 
 TEST_F(LoggingSetup, ClosesTheFormerFile)

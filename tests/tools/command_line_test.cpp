@@ -78,8 +78,7 @@ TEST_F(CommandLine, RejectsAFileOfKeysThatIsWrong)
     }
 }
 
-// Not where the limit cannot be set: the emulator ignores it, and a sanitizer needs more than there is.
-#if !defined(TOVRIN_EMULATOR) && !defined(__SANITIZE_ADDRESS__)
+#if TOVRIN_MEMORY_CAN_BE_LIMITED
 
 TEST_F(CommandLine, FailsWhenMemoryRunsOut)
 {
