@@ -80,8 +80,10 @@ std::string configHomeOf(std::uint32_t uid)
 // The configuration folder as the environment has it now, which need not be the one that GLib remembers.
 std::string configFolder()
 {
-    const auto folder = getenv2(ConfigHome, "");
-    return folder.empty() ? std::string(g_get_home_dir()) + "/.config" : folder;
+    auto folder = getenv2(ConfigHome, "");
+    if (folder.empty())
+        folder = std::string(g_get_home_dir()) + "/.config";
+    return folder;
 }
 
 // ---- Profiles -------------------------------------------------------------------------------------------------------
@@ -116,23 +118,25 @@ bool readNamedProfile(const std::string &name, std::vector<std::string> &lines)
         return readProfile(name, lines);
     if (readProfile("/etc/dconf/profile/" + name, lines))
         return true;
-    const char *const *folder = g_get_system_data_dirs();
-    while (*folder && !readProfile(std::string(*folder) + "/dconf/profile/" + name, lines))
-        ++folder;
-    return *folder;
+    for (const char *const *folder = g_get_system_data_dirs(); *folder; ++folder) {
+        if (readProfile(std::string(*folder) + "/dconf/profile/" + name, lines))
+            return true;
+    }
+    return false;
 }
 
 // In the order in which dconf looks. A named profile that is missing means no databases, not the default.
 Profile profileInForce()
 {
+    const auto mandatory = "/run/dconf/user/" + std::to_string(getuid());
+    const auto ofRuntime = std::string(g_get_user_runtime_dir()) + "/dconf/profile";
     Profile profile;
-    if (readProfile("/run/dconf/user/" + std::to_string(getuid()), profile.lines))
+    if (readProfile(mandatory, profile.lines))
         profile.mandatory = true;
     else if (const auto name = variable(ProfileVariable))
         readNamedProfile(*name, profile.lines);
-    else if (!readProfile(std::string(g_get_user_runtime_dir()) + "/dconf/profile", profile.lines) &&
-             !readNamedProfile("user", profile.lines))
-        profile.lines = {"user-db:user"};
+    else if (!readProfile(ofRuntime, profile.lines) && !readNamedProfile("user", profile.lines))
+        profile.lines.emplace_back("user-db:user");
     return profile;
 }
 
@@ -253,7 +257,7 @@ std::string textOf(const char *text)
     return text ? text : "";
 }
 
-// The text of a value with a type of one character; nothing for all types that are not supported.
+// The text of a value whose type begins so, and is nothing else then; nothing for the types that are not supported.
 std::optional<std::string> basicText(GVariant *value, char type)
 {
     switch (type) {
@@ -291,7 +295,7 @@ std::string gVariantToString(GVariant *value)
         return {};
     const std::unique_ptr<GVariant, decltype(&g_variant_unref)> owned(value, &g_variant_unref);
     const char *type = g_variant_get_type_string(value);
-    const auto text = basicText(value, type && type[0] && !type[1] ? type[0] : '\0');
+    const auto text = basicText(value, type ? type[0] : '\0');
     if (!text)
         logWarning(lConfigParser) << "Unsupported GVariant type '" << type << "'"; // a null type reads "(null)"
     return text.value_or("");
