@@ -11,7 +11,6 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdio>
-#include <cstring>
 #include <string>
 
 extern "C" {
@@ -114,14 +113,7 @@ template <typename Subject> int report(const Corpus &corpus, const std::string &
 
 int main(int argc, char **argv)
 {
-    if (argc != 4)
-        return 2;
-    const Bench::Corpus &corpus = Bench::corpusNamed(argv[2]);
-    Bench::prepareSubjects();
-    int result = 2;
-    Bench::forEachSubject([&]<typename Subject>() {
-        if (std::strcmp(argv[3], Subject::Name) == 0)
-            result = Bench::report<Subject>(corpus, argv[1]);
+    return Bench::measureOneSubject(argc, argv, []<typename Subject>(const Bench::Corpus &corpus, const char *corpora) {
+        return Bench::report<Subject>(corpus, corpora);
     });
-    return result;
 }

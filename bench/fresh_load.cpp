@@ -47,16 +47,8 @@ template <typename Subject> int loadOnce(const Corpus &corpus, const std::string
 
 int main(int argc, char **argv)
 {
-    if (argc != 4)
-        return 2;
-    const Bench::Corpus &corpus = Bench::corpusNamed(argv[2]);
-    Bench::prepareSubjects();
-    if (std::strcmp(argv[3], Bench::Scan::Name) == 0)
-        return Bench::loadOnce<Bench::Scan>(corpus, argv[1]);
-    int result = 2;
-    Bench::forEachSubject([&]<typename Subject>() {
-        if (std::strcmp(argv[3], Subject::Name) == 0)
-            result = Bench::loadOnce<Subject>(corpus, argv[1]);
-    });
-    return result;
+    const auto measure = []<typename Subject>(const Bench::Corpus &corpus, const char *corpora) {
+        return Bench::loadOnce<Subject>(corpus, corpora);
+    };
+    return Bench::measureOneSubject<Bench::Scan>(argc, argv, measure);
 }

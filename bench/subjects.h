@@ -21,6 +21,7 @@
 #endif
 
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 namespace Bench {
@@ -45,6 +46,24 @@ template <typename Visitor> void forEachSubject(Visitor visit)
 #ifdef BENCH_HAS_QT
     visit.template operator()<QtSettings>();
 #endif
+}
+
+// For programs that are called with CORPORA CORPUS SUBJECT: the exit code of measure.operator()<Subject>(corpus,
+// corpora) for that one of the subjects, or of the others that are given; 2 if there is no such subject.
+template <typename... Others, typename Measure> int measureOneSubject(int argc, char **argv, Measure measure)
+{
+    if (argc != 4)
+        return 2;
+    const Corpus &corpus = corpusNamed(argv[2]);
+    prepareSubjects();
+    int result = 2;
+    const auto measureIfNamed = [&]<typename Subject>() {
+        if (std::strcmp(argv[3], Subject::Name) == 0)
+            result = measure.template operator()<Subject>(corpus, argv[1]);
+    };
+    forEachSubject(measureIfNamed);
+    (measureIfNamed.template operator()<Others>(), ...);
+    return result;
 }
 
 // The path is the corpus's, or another name of the same file.

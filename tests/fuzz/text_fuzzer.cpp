@@ -5,6 +5,7 @@
 // Input: bytes for separator, number of splits, behaviour, escape character and hex marker; the allowed characters,
 // FieldEnd, the required ones, FieldEnd, the text.
 
+#include "../support/text_by_stream.h"
 #include "harness.h"
 #include "reference.h"
 
@@ -12,11 +13,11 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iomanip>
 
 namespace {
 
 using namespace Tovrin::Fuzz;
+namespace Testing = Tovrin::Testing;
 namespace Helpers = Tovrin::Parser::Helpers;
 
 struct Setting {
@@ -49,48 +50,6 @@ Setting takeSetting(Input &input)
 }
 
 // ---- Second algorithms ----------------------------------------------------------------------------------------------
-
-std::string escaped(const std::string &text, const Setting &setting)
-{
-    std::istringstream in(text);
-    std::ostringstream out;
-    for (char c = 0; in >> c;) {
-        if (Reference::isOneOf(c, setting.allowed)) {
-            out << c;
-            continue;
-        }
-        out << setting.escapeCharacter << (setting.hexMarker == 'x' ? "x" : "");
-        out << std::hex << std::setw(2) << static_cast<unsigned>(static_cast<unsigned char>(c));
-    }
-    return out.str();
-}
-
-bool readHexDigit(std::istream &in, unsigned &value)
-{
-    char c = 0;
-    return in >> c && std::isxdigit(static_cast<unsigned char>(c)) &&
-           std::istringstream(std::string(1, c)) >> std::hex >> value;
-}
-
-std::string unescaped(const std::string &text, char escapeCharacter)
-{
-    std::istringstream in(text);
-    std::string out;
-    for (char c = 0; in >> c;) {
-        if (c != escapeCharacter) {
-            out += c;
-            continue;
-        }
-        if (in.peek() == 'x')
-            in.get();
-        unsigned high = 0;
-        unsigned low = 0;
-        if (!readHexDigit(in, high) || !readHexDigit(in, low))
-            return "";
-        out += static_cast<char>(16 * high + low);
-    }
-    return out;
-}
 
 std::string joined(const std::vector<std::string> &parts, char separator)
 {
@@ -143,8 +102,10 @@ bool survivesEscaping(const std::string &text, const Setting &setting)
 void compareEscapes(const std::string &text, const Setting &setting)
 {
     const auto out = Helpers::escape(text, setting.escapeCharacter, setting.allowed, setting.hexMarker);
-    expectEqual("escape", out, escaped(text, setting));
-    expectEqual("unescape", Helpers::unescape(text, setting.escapeCharacter), unescaped(text, setting.escapeCharacter));
+    expectEqual("escape", out,
+                Testing::escapeByStream(text, setting.escapeCharacter, setting.allowed, setting.hexMarker));
+    expectEqual("unescape", Helpers::unescape(text, setting.escapeCharacter),
+                Testing::unescapeByStream(text, setting.escapeCharacter));
     if (survivesEscaping(text, setting))
         expectEqual("unescape undoes escape", Helpers::unescape(out, setting.escapeCharacter), text);
 }

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "helpers/random_text.h"
+#include "support/text_by_stream.h"
 
 #include <tovrin/parser/helpers.h>
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <iomanip>
 #include <locale>
 #include <sstream>
 
@@ -14,22 +14,18 @@ namespace {
 
 using namespace Tovrin::Parser::Helpers;
 using namespace std::string_literals;
+using Tovrin::Testing::classicStream;
+using Tovrin::Testing::escapeByStream;
 using Tovrin::Testing::RandomRounds;
 using Tovrin::Testing::RandomTexts;
+using Tovrin::Testing::unescapeByStream;
 using Tovrin::Testing::visible;
 
 using Parts = std::vector<std::string>;
 
 constexpr SplitBehaviour Behaviours[] = {DefaultSplit, SkipEmptyParts, KeepEmptyParts};
 
-// ---- What the functions mean, written down with streams -------------------------------------------------------------
-
-std::istringstream classicStream(const std::string &text)
-{
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
-    return stream;
-}
+// ---- What splitting means, written down with streams --------------------------------------------------------------
 
 // Takes one more split out of those that are allowed; false if there is none left. No limit counts nothing.
 bool countSplit(int &counter, int maximum)
@@ -52,46 +48,6 @@ Parts splitByStream(const std::string &text, char separator, int maximum, SplitB
     else if (behaviour == KeepEmptyParts && part.empty())
         parts.emplace_back();
     return parts;
-}
-
-std::string escapeByStream(const std::string &text, char escapeCharacter, const std::string &allowed, char hexMarker)
-{
-    auto in = classicStream(text);
-    std::ostringstream out;
-    out.imbue(std::locale::classic());
-    for (char c = 0; in >> c;) {
-        if (allowed.find(c) != std::string::npos)
-            out << c;
-        else
-            out << escapeCharacter << (hexMarker == 'x' ? "x" : "") << std::hex << std::setw(2)
-                << static_cast<unsigned>(static_cast<unsigned char>(c));
-    }
-    return out.str();
-}
-
-int hexValue(char c)
-{
-    return std::isxdigit(static_cast<unsigned char>(c)) ? std::stoi(std::string(1, c), nullptr, 16) : -1;
-}
-
-std::string unescapeByStream(const std::string &text, char escapeCharacter)
-{
-    auto in = classicStream(text);
-    std::string out;
-    for (char c = 0; in >> c;) {
-        if (c != escapeCharacter) {
-            out += c;
-            continue;
-        }
-        if (in.peek() == 'x')
-            in.get();
-        char high = 0;
-        char low = 0;
-        if (!(in >> high >> low) || hexValue(high) < 0 || hexValue(low) < 0)
-            return {};
-        out += static_cast<char>(16 * hexValue(high) + hexValue(low));
-    }
-    return out;
 }
 
 // ---- trim, last, join -----------------------------------------------------------------------------------------------
