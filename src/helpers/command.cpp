@@ -40,6 +40,8 @@ std::string readAll(FILE *pipe)
     return output;
 }
 
+// NOLINTBEGIN(concurrency-mt-unsafe): glibc keeps the text of strerror() for each thread
+
 void reportExit(const std::string &command, int status)
 {
     if (status < 0)
@@ -67,5 +69,7 @@ std::string capture(const std::string &command, const std::vector<std::string> &
         *status = waitStatus;
     return output;
 }
+
+// NOLINTEND(concurrency-mt-unsafe)
 
 } // namespace Tovrin::Parser::Helpers

@@ -41,6 +41,8 @@ constexpr std::string_view ServiceDatabase = "service-db:";
 
 // ---- Environment ----------------------------------------------------------------------------------------------------
 
+// NOLINTBEGIN(concurrency-mt-unsafe): dconf takes its orders from the environment; the header says what that means
+
 // Sets a variable for a scope. At its end the variable gets the former value, or is unset if that is nothing.
 class ScopedVariable {
 public:
@@ -69,6 +71,8 @@ std::optional<std::string> variable(const char *name)
     const char *value = std::getenv(name);
     return value ? std::optional<std::string>(value) : std::nullopt;
 }
+
+// NOLINTEND(concurrency-mt-unsafe)
 
 std::string configHomeOf(std::uint32_t uid)
 {

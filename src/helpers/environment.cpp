@@ -7,7 +7,7 @@ namespace Tovrin::Parser::Helpers {
 
 std::string getenv2(const char *name, const std::string &fallback)
 {
-    const char *value = std::getenv(name);
+    const char *value = std::getenv(name); // NOLINT(concurrency-mt-unsafe): see the header
     return value ? value : fallback;
 }
 

@@ -10,8 +10,8 @@ namespace Tovrin::Parser::Helpers {
 
 bool getUserInfo(std::uint32_t uid, std::string *name, std::string *home, std::uint32_t *groupId)
 {
-    errno = 0; // so that a caller can tell an unknown user from a failed look-up
-    const passwd *entry = getpwuid(uid);
+    errno = 0;                           // so that a caller can tell an unknown user from a failed look-up
+    const passwd *entry = getpwuid(uid); // NOLINT(concurrency-mt-unsafe): see the header
     if (!entry)
         return false;
     if (name)
@@ -25,7 +25,7 @@ bool getUserInfo(std::uint32_t uid, std::string *name, std::string *home, std::u
 
 std::uint32_t getUserId(const std::string &name)
 {
-    const passwd *entry = getpwnam(name.c_str());
+    const passwd *entry = getpwnam(name.c_str()); // NOLINT(concurrency-mt-unsafe): see the header
     return entry ? entry->pw_uid : Constants::BadUid;
 }
 
