@@ -13,6 +13,7 @@
 
 #include <ostream>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -158,6 +159,50 @@ TEST(Resolving, VisitsNoMoreThanTheBudgetAllows)
         for (const std::size_t depth : {5U, 32U, 33U, 34U, 1000U})
             EXPECT_LE(referencesLookedAt(tower(depth, width), "T", "K0"), Budget) << depth << " times " << width;
     }
+}
+
+// Each value of a list has a budget of its own.
+TEST(Resolving, OfAListIsBoundedForEachValue)
+{
+    constexpr std::size_t items = 200;
+    const std::string large(10000, 'x');
+    std::string text = tower(34, 3) + "[L]\nLarge=" + large + "\nCopies=";
+    for (std::size_t i = 0; i < items; ++i)
+        text += "${config:L/Large};";
+    text += "\nTowers=";
+    for (std::size_t i = 0; i < items; ++i)
+        text += "${config:T/K0};";
+    const TempTree tree;
+    ConfigParser parser(ConfigParser::BadUid);
+    ASSERT_TRUE(parser.readConfig(tree.write("a.conf", text + "\n")));
+    std::vector<std::string> copies, towers;
+    {
+        const Allocations allocations;
+        parser.getValue("L", "Copies", copies);
+        EXPECT_LE(allocations.bytes(), 4 * items * large.size());
+    }
+    EXPECT_EQ(copies, std::vector(items, large));
+    parser.addKey("Some", "Key", ConfigParser::Replace);
+    const CapturedRecords records(LoggerConfig::LogWarning);
+    parser.getValue("L", "Towers", towers);
+    EXPECT_TRUE(towers.empty()); // no tower resolves
+    EXPECT_GE(records.warnings().size(), items * Budget);
+    EXPECT_LE(records.warnings().size(), items * (Budget + 1) + 1); // one for the list itself
+}
+
+// The file is read again for each template: only so much is promised.
+TEST(Resolving, ReadsAnEnvironmentFileOnceForEachTemplate)
+{
+    constexpr std::size_t items = 100;
+    const TempTree tree;
+    const std::string environment = "# " + std::string(10000, '-') + "\nNAME=value\n";
+    const auto path = tree.write("env", environment);
+    std::string text = "[G]\nK=";
+    for (std::size_t i = 0; i < items; ++i)
+        text += "${envfile:" + path + ":NAME}";
+    const auto work = workOfReading(text + "\n");
+    EXPECT_EQ(work.bytesRead, work.fileSize + items * environment.size());
+    EXPECT_LE(work.bytesAllocated, 4 * items * environment.size());
 }
 
 TEST(Resolving, EndsCircles)
