@@ -18,6 +18,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <functional>
 #include <map>
@@ -156,6 +157,21 @@ protected:
     const CapturedRecords records_{LoggerConfig::LogCritical};
 };
 
+// The values of a reading that was cut short: each list is as usual, or the beginning of it. What refers to later lines
+// may lack them.
+void expectBeginningOf(const Values &usual, const Values &values, std::size_t number)
+{
+    for (const auto &[name, texts] : values) {
+        const auto found = usual.find(name);
+        ASSERT_NE(found, usual.end()) << name.first << '/' << name.second << ' ' << number;
+        const auto &all = found->second;
+        ASSERT_LE(texts.size(), all.size()) << name.first << '/' << name.second << ' ' << number;
+        if (name.first != "Many" && name.second != "Numbers") {
+            ASSERT_TRUE(std::equal(texts.begin(), texts.end(), all.begin())) << name.second << ' ' << number;
+        }
+    }
+}
+
 TEST_F(StoreWithoutMemory, IsLeftWithoutATrace)
 {
     const auto allocations = failEach(
@@ -181,8 +197,7 @@ TEST_F(StoreWithoutMemory, StaysUsable)
         if (finished) {
             ASSERT_EQ(valuesOf(parser), usual) << number;
         }
-        for (const auto &[name, values] : valuesOf(parser)) // what is there by then
-            ASSERT_TRUE(usual.count(name)) << name.first << '/' << name.second << ' ' << number;
+        ASSERT_NO_FATAL_FAILURE(expectBeginningOf(usual, valuesOf(parser), number));
         use(parser);
         ASSERT_EQ(valuesOf(parser), usual) << number;
     }

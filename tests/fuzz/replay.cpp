@@ -6,14 +6,16 @@
 //     replay FILE...                 these
 //
 // With a list, a file that it names and that is missing is a failure, and so is one in the folders that it does not
-// name: an input that failed once must not get lost, nor lie there unused.
+// name: an input that failed once must not get lost, nor lie there unused. TOVRIN_TEST_LOCALE names a locale to run in.
 
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <locale>
 #include <optional>
 #include <set>
 #include <string>
@@ -98,6 +100,8 @@ int runListed(const fs::path &list, const fs::path &folder, const std::string &t
 
 int main(int argc, char **argv)
 {
+    if (const char *name = std::getenv("TOVRIN_TEST_LOCALE"))
+        std::locale::global(std::locale(name));
     if (argc == 4 && fs::is_directory(argv[2]))
         return runListed(argv[1], argv[2], argv[3]);
     return runFiles({argv + 1, argv + argc});
