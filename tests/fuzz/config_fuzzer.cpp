@@ -227,13 +227,14 @@ void checkPortions(const std::string &lines, const Files &portions, const Snapsh
     expectEqual(what, snapshotOf(parser), expected);
 }
 
-// A copy is equal, reads on as the original would, and does that alone.
+// A copy is equal, takes registrations and reads on as the original would, and does that alone.
 void checkCopy(const ConfigParser &parser, const Store &store, const Snapshot &expected, const Files &files)
 {
     ConfigParser copy(parser);
     Store storeCopy(store);
     expectEqual("a copy", snapshotOf(copy), expected);
-    const auto more = "[]\nk=${config:/k};${T}\n[New]\nk=1\n" + (files.empty() ? "" : files.front());
+    registerAll("A/k\nRNew/k\nNNew/n\nTT=late ${config:New/k}", copy, storeCopy);
+    const auto more = "[]\nk=${config:/k};${T}\n[New]\nk=1\nn=1\n" + (files.empty() ? "" : files.front());
     read(copy, more);
     storeCopy.readConfig(more, configFile().path());
     const ConfigParser moved(std::move(copy));
