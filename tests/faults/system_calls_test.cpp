@@ -100,6 +100,19 @@ TEST(InterruptedWrite, IsRepeatedForALogFile)
     config->setTarget(LoggerConfig::Systemd);
 }
 
+TEST(ShortWrite, IsContinuedForALogFile)
+{
+    const TempTree tree;
+    const auto config = LoggerConfig::create("faults.write", LoggerConfig::LogInfo);
+    ASSERT_TRUE(config->setTarget(tree.path("log")));
+    SystemCalls calls;
+    calls.shortenWrites(3);
+    logInfo(config) << "text";
+    EXPECT_EQ(calls.count(SystemCalls::Write), 4U);
+    EXPECT_EQ(tree.read("log"), "INFO: text\n");
+    config->setTarget(LoggerConfig::Systemd);
+}
+
 TEST(FailedWrite, SilencesALogFile)
 {
     for (const int error : {ENOSPC, EIO, 0}) { // 0 is a write that takes nothing, and would for ever
@@ -116,14 +129,26 @@ TEST(FailedWrite, SilencesALogFile)
     }
 }
 
-// The folder is another than the one that GLib remembers, so that the reading needs a profile of its own.
-TEST(FailedProfile, YieldsNoDconfValue)
-{
+// A folder other than the one that GLib remembers, so that a reading needs a profile of its own.
+class OwnProfile : public testing::Test {
+protected:
+    static void SetUpTestSuite() { Helpers::getDconfValue("/org/tovrin/key", ConfigParser::BadUid); } // remembers
+
     const TempTree tree;
-    const EnvGuard profile("DCONF_PROFILE", tree.write("profile", "user-db:user\nfile-db:" + tree.path("db") + "\n"));
-    const EnvGuard first("XDG_CONFIG_HOME", tree.makeDirectory("first"));
-    Helpers::getDconfValue("/org/tovrin/key", Helpers::getUserId("root"));
-    const EnvGuard second("XDG_CONFIG_HOME", tree.makeDirectory("second"));
+    const EnvGuard profile{"DCONF_PROFILE", tree.write("profile", "user-db:user\nfile-db:" + tree.path("db") + "\n")};
+    const EnvGuard folder{"XDG_CONFIG_HOME", tree.makeDirectory("another")};
+};
+
+TEST_F(OwnProfile, IsWrittenOnAfterAShortWrite)
+{
+    SystemCalls calls;
+    calls.shortenWrites(3);
+    Helpers::getDconfValue("/org/tovrin/key", ConfigParser::BadUid);
+    EXPECT_GE(calls.count(SystemCalls::Write), 4U);
+}
+
+TEST_F(OwnProfile, YieldsNothingWhenItCannotBeWritten)
+{
     for (const auto call : {SystemCalls::MemfdCreate, SystemCalls::Write}) {
         SystemCalls calls;
         calls.fail(call, ENOSPC);

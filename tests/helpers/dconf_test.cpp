@@ -331,6 +331,16 @@ TEST_F(Dconf, FindsAProfileByNameAmongTheData)
     EXPECT_EQ(getDconfValue(Key, Anna), "of the other");
 }
 
+TEST_F(Dconf, UsesTheProfileOfTheDataThatReplacesTheDefault)
+{
+    makeUserDatabase(homes[Anna], "key='of the default'");
+    makeUserDatabase(homes[Anna], "another='of the other'", "other");
+    Host::tree.write("share/dconf/profile/user", "user-db:other\n");
+    EXPECT_EQ(getDconfValue("/tovrin/another", Anna), "of the other");
+    EXPECT_EQ(getDconfValue(Key, Anna), "");
+    std::filesystem::remove(Host::tree.path("share/dconf/profile/user"));
+}
+
 TEST_F(Dconf, UsesTheProfileInTheRuntimeFolder)
 {
     makeUserDatabase(homes[Anna], "key='of the other'", "other");
@@ -391,13 +401,19 @@ TEST_F(Dconf, WritesAValueOfEachTypeOfADatabase)
 TEST_F(Dconf, LeavesNoDescriptorOpenInAProcessWithoutStandardInput)
 {
     makeBothUsers();
+    makeUserDatabase(Host::tree.path("process"), "key='of the process'");
     EXPECT_EQ(getDconfValue(Key, Anna), "of anna"); // GLib starts a thread once, which keeps descriptors
     const int former = dup(STDIN_FILENO);
     close(STDIN_FILENO);
-    EXPECT_EQ(getDconfValue(Key, Anna), "of anna");
-    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    for (int i = 0; i < 2; ++i) { // descriptor 0 is taken by the user's profile, or else by what looks for free ones
+        EXPECT_EQ(getDconfValue(Key, Anna), "of anna");
+        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+        EXPECT_EQ(getDconfValue(Key, BadUid), "of the process");
+        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    }
     dup2(former, STDIN_FILENO);
     close(former);
+    std::filesystem::remove_all(Host::tree.path("process/.config"));
 }
 
 TEST_F(Dconf, WarnsOfAValueOfAnotherType)

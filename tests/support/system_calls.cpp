@@ -4,6 +4,7 @@
 
 #include "support/system_calls.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 
@@ -25,6 +26,7 @@ struct Watch {
     };
     std::array<Counts, SystemCalls::CallCount> calls{};
     std::size_t bytesRead = 0;
+    int shortWrites = 0;
 };
 
 thread_local Watch watch;
@@ -81,6 +83,10 @@ VISIBLE ssize_t read(int descriptor, void *buffer, size_t size)
 
 VISIBLE ssize_t write(int descriptor, const void *buffer, size_t size)
 {
+    if (watch.shortWrites > 0) {
+        --watch.shortWrites;
+        size = std::min(size, std::size_t{1});
+    }
     return make(SystemCalls::Write, SYS_write, descriptor, buffer, size);
 }
 
@@ -116,6 +122,11 @@ void SystemCalls::failAfter(Call call, int error, std::size_t before)
 {
     fail(call, error);
     watch.calls[call].before = before;
+}
+
+void SystemCalls::shortenWrites(int times)
+{
+    watch.shortWrites = times;
 }
 
 std::size_t SystemCalls::count(Call call) const

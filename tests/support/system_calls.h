@@ -22,6 +22,9 @@ public:
     // The same for one call, but so many are made before.
     void failAfter(Call call, int error, std::size_t before);
 
+    // The next `times` calls of write() take no more than one byte.
+    void shortenWrites(int times);
+
     std::size_t count(Call call) const;
 
     // What all calls read.
