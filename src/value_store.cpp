@@ -155,7 +155,7 @@ void ValueStore::compactIfWasteful()
 
 template <typename Record> Arena::Number ValueStore::makeRecord(std::string_view text)
 {
-    static_assert(alignof(Record) <= Arena::Unit && sizeof(Record) == Arena::roundedUp(offsetof(Record, text_)));
+    static_assert(alignof(Record) <= Arena::Unit && offsetof(Record, text_) + sizeof(Record::text_) == sizeof(Record));
     const auto length = checkedLength(text);
     const auto number = arena_.allocate(offsetof(Record, text_) + text.size());
     auto *record = new (arena_.at(number)) Record;
