@@ -214,6 +214,19 @@ TEST_F(HostDconf, KeepsTheDatabasesAndLocksOfTheSystem)
     EXPECT_EQ(getDconfValue(Key, 61009), "of the site");
 }
 
+TEST_F(HostDconf, AddsNoDatabaseToTheProfileOfTheSystem)
+{
+    if (!std::filesystem::is_directory("/etc/dconf"))
+        GTEST_SKIP() << "this machine has no folder /etc/dconf to put a private one over";
+    makeBothDatabases();
+    {
+        const HostFile profile("/etc/dconf/profile/user", "user-db:user\n");
+        EXPECT_EQ(getDconfValue(Key, anna.uid), "of anna");
+    }
+    const HostFile profile("/etc/dconf/profile/user", "user-db:other\n");
+    EXPECT_EQ(getDconfValue(Key, anna.uid), "");
+}
+
 // Such a profile cannot be redirected to a user, so that there is no telling whose value it would give.
 TEST_F(HostDconf, GivesNothingUnderAMandatoryProfileWithUserDatabases)
 {
