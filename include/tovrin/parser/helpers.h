@@ -113,8 +113,8 @@ TOVRIN_EXPORT std::optional<std::string> readEnvFile(const std::string &path, co
 // too. Not safe beside other code that uses these variables.
 //
 // Never returns another user's value. So it returns "" where only that could be had: from a database that a service
-// keeps for the user of this process alone, and for a user other than the one whose configuration folder GLib remembers
-// if a mandatory profile is in force.
+// keeps for the user of this process alone; and, for a user other than the one whose configuration folder GLib
+// remembers, if a mandatory profile is in force or the home directory has "#" or a newline in its path.
 TOVRIN_EXPORT std::string getDconfValue(const std::string &key, std::uint32_t uid);
 
 // The text of a boolean, number, byte or string; takes ownership of the value and releases it. A byte is deliberately
