@@ -47,7 +47,7 @@ public:
     // then, but references met before the failure stay in it: clear it.
     bool substituted(const std::string &text, ConfigValue &value) const;
 
-    // Looks up the contents of one template, what stands between "${" and "}".
+    // Looks up the contents of one template, what stands between "${" and "}"; `out` is another string than `name`.
     //
     // Returns 0 with the text in `out`; 2 for another configuration entry, with its group and key in `reference` and
     // `out` empty; or 1 for a failure that has been logged, with nothing promised about `out`.
