@@ -60,7 +60,7 @@ extern "C" __attribute__((visibility("default"))) FILE *fopen64(const char *path
     static const auto original = reinterpret_cast<Function>(dlsym(RTLD_NEXT, "fopen64"));
     if (const char *configHome = std::getenv("XDG_CONFIG_HOME"))
         configHomeWhenReading = configHome;
-    const bool mandatory = std::string(path).rfind("/run/dconf/user/", 0) == 0;
+    const bool mandatory = path == "/run/dconf/user/" + std::to_string(getuid());
     return original(mandatory ? mandatoryProfile.c_str() : path, mode);
 }
 

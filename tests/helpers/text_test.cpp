@@ -254,6 +254,15 @@ TEST(Unescape, YieldsNothingAfterABadDigit)
         EXPECT_EQ(unescape(text, '%'), "") << text;
 }
 
+TEST(Unescape, ReadsEachByteInThePlaceOfADigitAsAStreamWould)
+{
+    for (int byte = 0; byte < 256; ++byte) {
+        const std::string any(1, static_cast<char>(byte));
+        EXPECT_EQ(unescape("-" + any + "1", '-'), unescapeByStream("-" + any + "1", '-')) << "byte " << byte;
+        EXPECT_EQ(unescape("-1" + any, '-'), unescapeByStream("-1" + any, '-')) << "byte " << byte;
+    }
+}
+
 TEST(Unescape, YieldsNothingForAnEscapeThatIsCutOff)
 {
     for (const std::string text : {"%", "%x", "%4", "%x4", "a%4 ", "%x "})

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
 #include <climits>
 #include <stdexcept>
 
@@ -98,6 +99,20 @@ TEST(LoggerConfigDeathTest, StopsTheProcessForAnInvalidIdentity)
         EXPECT_DEATH(LoggerConfig::create(ident, LoggerConfig::LogInfo),
                      ": src/logging/logger_config\\.cpp:[0-9]+: .*Assertion `identIsValid\\(ident\\)' failed")
             << "'" << ident << "'";
+    }
+}
+
+// Each in a process that is only a copy of this one: there are many.
+TEST(LoggerConfigDeathTest, RefusesEachByteThatIsNoLetterDigitOrOneOfThree)
+{
+    GTEST_FLAG_SET(death_test_style, "fast");
+    for (int byte = 1; byte < 256; ++byte) {
+        const char c = static_cast<char>(byte);
+        const auto ident = std::string("test.byte") + c;
+        if (byte < 128 && (std::isalnum(byte) || c == '-' || c == '.' || c == '_'))
+            EXPECT_EQ(LoggerConfig::create(ident.c_str(), LoggerConfig::LogInfo)->ident(), ident);
+        else
+            EXPECT_DEATH(LoggerConfig::create(ident.c_str(), LoggerConfig::LogInfo), "identIsValid") << byte;
     }
 }
 
