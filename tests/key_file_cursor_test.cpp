@@ -46,8 +46,10 @@ TEST(KeyFileCursor, BeginsBeforeTheFirstLine)
 
 TEST(KeyFileCursor, KeepsTheEntryBeforeAnUnterminatedLineHoweverLongBothAre)
 {
+    const CapturedRecords records;
+    const std::string rest(Long, 'x');
     for (const auto &value : Values) {
-        for (const std::string &line : {"#" + std::string(Long, 'x'), "[" + std::string(Long, 'x') + "]"}) {
+        for (const std::string &line : {"#" + rest, "[" + rest + "]", "=" + rest}) {
             EntryAndMore read(value, line);
             for (int i = 0; i < 3; ++i) {
                 EXPECT_EQ(read.cursor.seekNext(), Step::Stay);

@@ -15,7 +15,9 @@
 #include <filesystem>
 #include <iostream>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -217,6 +219,21 @@ Texts badTargets(const TempTree &tree)
             "/" + std::string(10000, 'x'),
             std::string(10000, '/') + "x/",
             "%s%n"};
+}
+
+TEST_F(LoggingSetup, WritesToAFileInAProcessWithoutStandardInput)
+{
+    const auto config = create("test.without-input");
+    const int former = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    EXPECT_TRUE(config->setTarget(tree_.path("log")));
+    EXPECT_NE(fcntl(STDIN_FILENO, F_GETFD), -1) << "the file does not have descriptor 0, which this is about";
+    logWarning(config) << "written";
+    config->setTarget(LoggerConfig::Systemd);
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    dup2(former, STDIN_FILENO);
+    close(former);
+    EXPECT_EQ(tree_.read("log"), "WARNING: written\n");
 }
 
 TEST_F(LoggingSetup, RejectsOtherTargetTextsAndLeavesTheTarget)
