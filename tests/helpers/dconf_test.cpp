@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/captured_records.h"
+#include "support/closed_standard_input.h"
 #include "support/env_guard.h"
 #include "support/temp_tree.h"
 
@@ -9,7 +10,6 @@
 #include <gtest/gtest.h>
 
 #include <dlfcn.h>
-#include <fcntl.h>
 #include <glib.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -31,6 +31,7 @@ using Tovrin::Parser::Constants::BadUid;
 using Tovrin::Parser::Helpers::getDconfValue;
 using Tovrin::Parser::Helpers::gVariantToString;
 using Tovrin::Testing::CapturedRecords;
+using Tovrin::Testing::ClosedStandardInput;
 using Tovrin::Testing::EnvGuard;
 using Tovrin::Testing::TempTree;
 
@@ -403,16 +404,13 @@ TEST_F(Dconf, LeavesNoDescriptorOpenInAProcessWithoutStandardInput)
     makeBothUsers();
     makeUserDatabase(Host::tree.path("process"), "key='of the process'");
     EXPECT_EQ(getDconfValue(Key, Anna), "of anna"); // GLib starts a thread once, which keeps descriptors
-    const int former = dup(STDIN_FILENO);
-    close(STDIN_FILENO);
+    const ClosedStandardInput input;
     for (int i = 0; i < 2; ++i) { // descriptor 0 is taken by the user's profile, or else by what looks for free ones
         EXPECT_EQ(getDconfValue(Key, Anna), "of anna");
-        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+        EXPECT_FALSE(input.isTaken());
         EXPECT_EQ(getDconfValue(Key, BadUid), "of the process");
-        EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+        EXPECT_FALSE(input.isTaken());
     }
-    dup2(former, STDIN_FILENO);
-    close(former);
     std::filesystem::remove_all(Host::tree.path("process/.config"));
 }
 

@@ -4,6 +4,7 @@
 
 #include "support/captured_records.h"
 #include "support/captured_stream.h"
+#include "support/closed_standard_input.h"
 #include "support/env_guard.h"
 #include "support/parsers.h"
 #include "support/temp_tree.h"
@@ -15,9 +16,7 @@
 #include <filesystem>
 #include <iostream>
 
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace {
 
@@ -25,6 +24,7 @@ using Tovrin::Parser::ConfigParser;
 using namespace Tovrin::Parser::Logging;
 using Tovrin::Testing::CapturedRecords;
 using Tovrin::Testing::CapturedStream;
+using Tovrin::Testing::ClosedStandardInput;
 using Tovrin::Testing::EnvGuard;
 using Tovrin::Testing::parserOf;
 using Tovrin::Testing::TempTree;
@@ -199,6 +199,18 @@ TEST_F(LoggingSetup, ClosesTheFormerFile)
     EXPECT_EQ(openFiles(), before);
 }
 
+TEST_F(LoggingSetup, WritesToAFileInAProcessWithoutStandardInput)
+{
+    const auto config = create("setup.without-input");
+    const ClosedStandardInput input;
+    EXPECT_TRUE(config->setTarget(tree_.path("log")));
+    EXPECT_TRUE(input.isTaken()) << "by the file, which this is about";
+    logWarning(config) << "written";
+    config->setTarget(LoggerConfig::Systemd);
+    EXPECT_FALSE(input.isTaken());
+    EXPECT_EQ(tree_.read("log"), "WARNING: written\n");
+}
+
 // Every text that cannot be a target, with files that cannot be opened among them.
 Texts badTargets(const TempTree &tree)
 {
@@ -219,21 +231,6 @@ Texts badTargets(const TempTree &tree)
             "/" + std::string(10000, 'x'),
             std::string(10000, '/') + "x/",
             "%s%n"};
-}
-
-TEST_F(LoggingSetup, WritesToAFileInAProcessWithoutStandardInput)
-{
-    const auto config = create("test.without-input");
-    const int former = dup(STDIN_FILENO);
-    close(STDIN_FILENO);
-    EXPECT_TRUE(config->setTarget(tree_.path("log")));
-    EXPECT_NE(fcntl(STDIN_FILENO, F_GETFD), -1) << "the file does not have descriptor 0, which this is about";
-    logWarning(config) << "written";
-    config->setTarget(LoggerConfig::Systemd);
-    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
-    dup2(former, STDIN_FILENO);
-    close(former);
-    EXPECT_EQ(tree_.read("log"), "WARNING: written\n");
 }
 
 TEST_F(LoggingSetup, RejectsOtherTargetTextsAndLeavesTheTarget)
